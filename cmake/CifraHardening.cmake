@@ -1,0 +1,40 @@
+# cifra_hardening(TARGET): what the compiler and the linker offer against exploits of a defect.
+
+include(CheckCXXSourceCompiles)
+
+# The guard is worth having only where the runtime library brings what the guarded code calls.
+set(CMAKE_REQUIRED_FLAGS "-fstack-protector-strong")
+check_cxx_source_compiles(
+  "#include <cstring>
+   int main(int argc, char** argv) { char text[64]; std::strcpy(text, argv[argc - 1]); return text[0]; }"
+  CIFRA_HAS_STACK_PROTECTOR)
+unset(CMAKE_REQUIRED_FLAGS)
+
+function(cifra_hardening target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /GS /sdl /guard:cf)
+    target_link_options(${target} PRIVATE /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT)
+    return()
+  endif()
+
+  if(CIFRA_HAS_STACK_PROTECTOR)
+    target_compile_options(${target} PRIVATE -fstack-protector-strong)
+    # Whoever links a guarded static library needs what the guard calls.
+    target_link_options(${target} PUBLIC -fstack-protector-strong)
+  endif()
+  if(NOT WIN32)
+    return()
+  endif()
+
+  target_link_options(${target} PRIVATE
+    -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  # Control Flow Guard: GCC has no such thing.
+  if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(${target} PRIVATE -mguard=cf)
+    target_link_options(${target} PRIVATE -mguard=cf)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL "ARM64")
+      # Return addresses signed with the B key, the only one that Windows supports.
+      target_compile_options(${target} PRIVATE -mbranch-protection=pac-ret+b-key)
+    endif()
+  endif()
+endfunction()

@@ -1,0 +1,42 @@
+# cifra_add_test(name sources... [LIBRARIES libraries...] [TIMEOUT seconds])
+#
+# Makes a test program of the sources with GoogleTest's main and registers it with CTest as one test.
+# It runs in tests/data, so that a test names its data files by their path from there. The program
+# is registered as a whole and not case by case: asking it for its cases while building would start
+# it under an emulator.
+include_guard(GLOBAL)
+
+set(CIFRA_GOOGLETEST_DIR /usr/src/googletest/googletest CACHE PATH "GoogleTest's sources")
+set(CIFRA_TEST_DATA ${PROJECT_SOURCE_DIR}/tests/data)
+
+# Builds GoogleTest from its sources with this build's own compiler, once.
+function(cifra_googletest)
+  if(TARGET gtest_main)
+    return()
+  endif()
+  set(BUILD_SHARED_LIBS OFF)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  set(gtest_disable_pthreads ON CACHE BOOL "" FORCE)
+  add_subdirectory(${CIFRA_GOOGLETEST_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+endfunction()
+
+function(cifra_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LIBRARIES")
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 300)
+  endif()
+  cifra_googletest()
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} gtest_main)
+  target_link_options(${name} PRIVATE $<$<BOOL:${MINGW}>:-static>)
+  cifra_warnings(${name})
+  # Test programs are compiled more often than they run; what they drive keeps its own options.
+  if(NOT MSVC)
+    target_compile_options(${name} PRIVATE -O1 $<$<NOT:$<CONFIG:Debug>>:-g0>)
+  endif()
+  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CIFRA_TEST_DATA})
+  # A process that ends itself on purpose must look the same under the sanitizers as without them.
+  set_tests_properties(
+    ${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
+                       ENVIRONMENT "ASAN_OPTIONS=handle_sigill=0:handle_sigtrap=0")
+endfunction()

@@ -1,0 +1,36 @@
+# GCC for Windows on x64, with the POSIX thread model, which the standard library's threads need.
+
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_VERSION 10.0)
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+
+set(_triple x86_64-w64-mingw32)
+# Without the suffix the name may stand for the other thread model.
+find_program(CIFRA_GXX NAMES ${_triple}-g++-posix ${_triple}-g++ NO_CMAKE_FIND_ROOT_PATH)
+find_program(CIFRA_GCC NAMES ${_triple}-gcc-posix ${_triple}-gcc NO_CMAKE_FIND_ROOT_PATH)
+if(NOT CIFRA_GXX OR NOT CIFRA_GCC)
+  message(FATAL_ERROR "No ${_triple}-g++; scripts/setup toolchain-gcc installs it")
+endif()
+set(CMAKE_C_COMPILER "${CIFRA_GCC}")
+set(CMAKE_CXX_COMPILER "${CIFRA_GXX}")
+set(CMAKE_RC_COMPILER ${_triple}-windres)
+
+# The same formatter as with Clang; see toolchain-clang-mingw.cmake. This GCC's headers still aim at
+# Windows 7 unless told otherwise.
+set(CMAKE_C_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1 -D_WIN32_WINNT=0x0A00")
+set(CMAKE_CXX_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1 -D_WIN32_WINNT=0x0A00")
+foreach(_kind EXE SHARED MODULE)
+  # No DLL of the toolchain is needed beside a program, and the same input gives the same file.
+  set(CMAKE_${_kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
+endforeach()
+
+# Nothing of this machine may get into a program for another.
+set(CMAKE_FIND_ROOT_PATH "/usr/${_triple}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+if(NOT CMAKE_HOST_WIN32)
+  set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/run-x64")
+endif()
