@@ -1,0 +1,132 @@
+# Runs Windows programs under Wine; the two runners and the set-up share it. Sourced, never run.
+# shellcheck shell=bash
+#
+# wine_select x64|arm64 first; then wine_run, wine_start or wine_stop.
+
+# What a runner exits with when this machine cannot run such programs.
+readonly wine_cannot_run=121
+# A server that nobody used for so many seconds ends by itself.
+readonly wine_idle=300
+
+wine_fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit "$wine_cannot_run"
+}
+
+wine_first_of() { # CANDIDATE...
+  local candidate
+  for candidate in "$@"; do
+    if command -v "$candidate"; then
+      return 0
+    fi
+  done
+  return 1
+}
+
+wine_select() {
+  local cache=${XDG_CACHE_HOME:-${HOME:?HOME is not set}/.cache}/cifra
+  wine_arch=$1
+  wine_state=${CIFRA_WINE_STATE:-$cache}/wine-$wine_arch
+  case $wine_arch in
+    x64)
+      # Debian's /usr/bin/wine is a script that advises to install the 32-bit Wine; not taken.
+      if ! wine_loader=$(wine_first_of /usr/lib/wine/wine64 wine64 wine) ||
+        ! wine_server=$(wine_first_of /usr/lib/wine/wineserver64 wineserver); then
+        wine_fail "no Wine here; scripts/setup wine-x64 installs it"
+      fi
+      ;;
+    arm64)
+      wine_loader=$cache/wine-arm64/root/usr/lib/wine/wine64
+      wine_server=$cache/wine-arm64/root/usr/lib/wine/wineserver64
+      [[ -x $wine_loader ]] || wine_fail "no Wine for ARM64 here; scripts/setup wine-arm64 makes it"
+      command -v qemu-aarch64-static >/dev/null ||
+        wine_fail "no qemu-aarch64-static here; scripts/setup wine-arm64 installs it"
+      # Wine's unwinder does not know signed return addresses, which later processors check.
+      export QEMU_CPU=${QEMU_CPU:-cortex-a72}
+      ;;
+  esac
+  export WINEPREFIX=$wine_state/prefix
+  export WINELOADER=$wine_loader WINESERVER=$wine_server
+  export WINEDEBUG=${WINEDEBUG--all}
+  # A crash ends the program; the debugger would print pages and may turn the exit code into 0.
+  export WINEDLLOVERRIDES="winedbg.exe=d${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
+  # Wine takes the encoding of arguments and file names from the locale.
+  case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
+    *UTF-8 | *utf8) ;;
+    *) export LC_ALL=C.UTF-8 ;;
+  esac
+  unset DISPLAY WAYLAND_DISPLAY
+}
+
+# wine_serving: whether the server that wine_start left behind still runs.
+wine_serving() {
+  local pid command
+  read -r pid 2>/dev/null <"$wine_state/server.pid" &&
+    read -r -d '' command 2>/dev/null <"/proc/$pid/cmdline" &&
+    [[ $command == *wineserver* || $command == *qemu-aarch64* ]]
+}
+
+wine_warm_up() {
+  cd "$WINEPREFIX" &&
+    WINEDLLOVERRIDES="winedbg.exe,winemenubuilder.exe,mscoree,mshtml=d" "$wine_loader" cmd.exe /c exit \
+      </dev/null >>"$wine_state/start.log" 2>&1 8>&- 9>&-
+}
+
+# wine_start: starts Wine's server and its services apart from the caller's streams, makes the
+# prefix at the first use. A program that had to start them itself would hand them its standard
+# output, and whoever reads that would wait for them too.
+wine_start() {
+  local attempts=0
+  ! wine_serving || return 0
+  mkdir -p "$wine_state"
+  exec 8>"$wine_state/lock"
+  flock 8
+  if ! wine_serving; then
+    [[ -f $wine_state/made ]] || rm -rf "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX"
+    : >"$wine_state/start.log"
+    setsid "$wine_server" --foreground --persistent="$wine_idle" </dev/null >/dev/null 2>&1 8>&- 9>&- &
+    printf '%s\n' "$!" >"$wine_state/server.pid"
+    # A program waits five minutes for Wine to make its prefix, which goes on behind it: on a machine
+    # that is too busy for that, the next one may wait as long again.
+    until (wine_warm_up); do
+      if [[ $((++attempts)) -ge 3 ]]; then
+        "$wine_server" --kill || true
+        wine_fail "Wine for $wine_arch does not start here; see $wine_state/start.log"
+      fi
+    done
+    : >"$wine_state/made"
+  fi
+  exec 8>&-
+}
+
+# wine_stop: ends the server and all that runs in it.
+wine_stop() {
+  [[ -d $WINEPREFIX ]] || return 0
+  "$wine_server" --kill >/dev/null 2>&1 || true
+  rm -f "$wine_state/server.pid"
+}
+
+wine_main() { # ARCHITECTURE ARGUMENT...
+  wine_select "$1"
+  shift
+  case ${1:-} in
+    --start) wine_start ;;
+    --stop) wine_stop ;;
+    '' | --help)
+      cat <<HELP
+Usage: ${0##*/} PROGRAM ARGUMENT...   runs a Windows program; exits with its code's low byte
+       ${0##*/} --start | --stop      starts or ends Wine's server ahead of time
+
+Exits with $wine_cannot_run when this machine cannot run such programs. The program sees the machine's
+files as Z:\\ and gets the caller's folder, environment and streams; WINEDLLOVERRIDES and WINEDEBUG
+are taken from the caller. CIFRA_WINE_STATE=DIRECTORY moves Wine's own files out of the cache.
+HELP
+      [[ -n ${1:-} ]] || exit 2
+      ;;
+    *)
+      wine_start
+      exec "$wine_loader" "$@"
+      ;;
+  esac
+}
