@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+namespace kx {
+
+// Wipe overwrites bytes of memory with zeros, and does so even where the compiler can see that
+// nobody reads them again.
+inline void Wipe(void* memory, std::size_t bytes) noexcept {
+#if defined(_MSC_VER) && !defined(__clang__)
+  for (volatile unsigned char* p = static_cast<unsigned char*>(memory); bytes > 0; --bytes) {
+    *p++ = 0;
+  }
+#else
+  std::memset(memory, 0, bytes);
+  asm volatile("" : : "r"(memory) : "memory");
+#endif
+}
+
+}  // namespace kx

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "foundation/string/StringT.h"
+
+namespace kx {
+
+// MapKey tells a Map how to hash and compare its keys.
+template <typename K>
+struct MapKey;
+
+// Strings are keys up to their terminator; an unset string is the empty text.
+template <typename Char, typename MemMgr, typename Traits, int BlockVersion>
+struct MapKey<StringT<Char, MemMgr, Traits, BlockVersion>> {
+  using String = StringT<Char, MemMgr, Traits, BlockVersion>;
+
+  // D. J. Bernstein's hash of code units, "djb2", modulo 2^64.
+  static std::uint64_t Hash(const String& key) {
+    std::uint64_t hash = 5381;
+    for (const Char* unit = key.CStr(); *unit; ++unit) {
+      hash = hash * 33 + static_cast<std::make_unsigned_t<Char>>(*unit);
+    }
+    return hash;
+  }
+
+  static bool AreEqual(const String& left, const String& right) {
+    const Char* a = left.CStr();
+    const Char* b = right.CStr();
+    while (*a && *a == *b) {
+      ++a;
+      ++b;
+    }
+    return *a == *b;
+  }
+};
+
+}  // namespace kx

@@ -1,0 +1,381 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "foundation/Fatal.h"
+#include "foundation/string/MemMgr.h"
+
+namespace kx {
+
+// ChTraitsCRT gives the text operations of a character type, as the C runtime has them. Counts are
+// in characters.
+template <typename Char>
+struct ChTraitsCRT {
+  static std::size_t Length(const Char* text) { return std::char_traits<Char>::length(text); }
+  static void Move(Char* to, const Char* from, std::size_t count) {
+    std::char_traits<Char>::move(to, from, count);
+  }
+};
+
+// StringHeader describes the buffer of one string. Its layout (40 bytes) is part of the binary
+// interface: strings are passed between modules by pointer.
+struct StringHeader {
+  IMemMgr* memMgr = nullptr;  // allocated the block and will free it
+  std::size_t length = 0;     // characters in use
+  std::size_t capacity = 0;   // characters that fit, without the terminator
+  std::size_t growBlock = 0;  // smallest growth step, in characters
+  std::uint8_t ownsBuffer = 0;
+  std::uint8_t ownsHeader = 0;
+};
+static_assert(sizeof(StringHeader) == 40);
+
+// StringBlock is the layout of the memory that holds a string's characters:
+//
+//   0   guard word            12  guard word
+//   4   pointer to header     16  capacity + 1 characters, the last always 0
+//                                 guard word, directly behind the characters
+template <typename Char>
+struct StringBlock {
+  static constexpr std::uint32_t kGuard = 0xABCD;
+  static constexpr std::size_t kHeaderPointerOffset = 4;
+  static constexpr std::size_t kSecondGuardOffset = 12;
+  static constexpr std::size_t kPrefixBytes = 16;
+  static constexpr std::size_t kMaxCapacity =
+      (std::numeric_limits<std::size_t>::max() - kPrefixBytes - sizeof(kGuard)) / sizeof(Char) - 1;
+
+  static constexpr std::size_t BytesFor(std::size_t capacity) {
+    return kPrefixBytes + (capacity + 1) * sizeof(Char) + sizeof(kGuard);
+  }
+
+  static Char* TextOf(void* block) {
+    return reinterpret_cast<Char*>(static_cast<std::byte*>(block) + kPrefixBytes);
+  }
+  static std::byte* BlockOf(const Char* text) {
+    return reinterpret_cast<std::byte*>(const_cast<Char*>(text)) - kPrefixBytes;
+  }
+
+  static StringHeader* HeaderOf(const Char* text) {
+    StringHeader* header;
+    std::memcpy(&header, BlockOf(text) + kHeaderPointerOffset, sizeof(header));
+    return header;
+  }
+
+  // Writes the guards, the header pointer and the last slot around the characters of a block.
+  static void Frame(void* block, StringHeader* header, std::size_t capacity) {
+    std::byte* bytes = static_cast<std::byte*>(block);
+    Char* text = TextOf(block);
+    std::memcpy(bytes, &kGuard, sizeof(kGuard));
+    std::memcpy(bytes + kHeaderPointerOffset, &header, sizeof(header));
+    std::memcpy(bytes + kSecondGuardOffset, &kGuard, sizeof(kGuard));
+    text[capacity] = 0;
+    std::memcpy(text + capacity + 1, &kGuard, sizeof(kGuard));
+  }
+
+  // The two guards in front are looked at first: only when they stand is the pointer between them
+  // followed to learn where the third one is.
+  static bool IsIntact(const Char* text) {
+    const std::byte* bytes = BlockOf(text);
+    return HoldsGuard(bytes) && HoldsGuard(bytes + kSecondGuardOffset) &&
+           HoldsGuard(text + HeaderOf(text)->capacity + 1);
+  }
+
+ private:
+  static bool HoldsGuard(const void* at) {
+    std::uint32_t word;
+    std::memcpy(&word, at, sizeof(word));
+    return word == kGuard;
+  }
+};
+
+// FixedStringBuffer is room for a string in the caller's frame, for text that rarely exceeds
+// Capacity characters. It must outlive the string bound to it.
+template <typename Char, std::size_t Capacity = 260>
+class FixedStringBuffer {
+ public:
+  FixedStringBuffer() = default;
+  FixedStringBuffer(const FixedStringBuffer&) = delete;
+  FixedStringBuffer& operator=(const FixedStringBuffer&) = delete;
+
+ private:
+  template <typename, typename, typename, int>
+  friend class StringT;
+
+  StringHeader header;
+  alignas(16) std::byte block[StringBlock<Char>::BytesFor(Capacity)];
+};
+
+// StringT is a string whose buffer is framed by guard words. Only a pointer to the first character
+// is held (null while the string is unset, which reads as the empty text), so a string can be
+// passed between modules that share neither a heap nor a standard library.
+//
+// The guards are checked by every operation that changes the text and by the destructor. A damaged
+// guard and a length beyond the capacity end the process (see Fatal). So does a failed allocation
+// in an operation that has no result; those that return bool return false and change nothing.
+//
+// Lengths, capacities and counts are in characters and do not include the terminator. One thread at
+// a time may use a string. BlockVersion numbers the layout of the block.
+template <typename Char, typename MemMgr = StringMemMgr, typename Traits = ChTraitsCRT<Char>,
+          int BlockVersion = 1>
+class StringT {
+ public:
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+  StringT() = default;
+  // Implicit, so that text can be given where a string is asked for.
+  StringT(const Char* source) {  // NOLINT(google-explicit-constructor)
+    Require(Assign(source));
+  }
+  StringT(const Char* source, std::size_t count) { Require(Assign(source, count)); }
+  StringT(const StringT& other) {
+    if (other.text) {
+      CopyFrom(other);
+    }
+  }
+  // Takes the buffer over when it came from this module's default manager, else copies the text.
+  StringT(StringT&& other) noexcept { TakeFrom(other); }
+
+  // Binds the string to a buffer in the caller's frame, empty. Text that outgrows the buffer moves
+  // to the heap.
+  template <std::size_t Capacity>
+  explicit StringT(FixedStringBuffer<Char, Capacity>& fixed) {
+    fixed.header = {&defaultMemMgr<MemMgr>, 0, Capacity, Capacity, 0, 0};
+    text = Block::TextOf(fixed.block);
+    text[0] = 0;
+    Block::Frame(fixed.block, &fixed.header, Capacity);
+  }
+
+  ~StringT() { Destroy(); }
+
+  StringT& operator=(const Char* source) {
+    Require(Assign(source));
+    return *this;
+  }
+  StringT& operator=(const StringT& other) {
+    if (this != &other) {
+      CopyFrom(other);
+    }
+    return *this;
+  }
+  StringT& operator=(StringT&& other) noexcept {
+    if (this != &other) {
+      Destroy();
+      TakeFrom(other);
+    }
+    return *this;
+  }
+
+  // The text, terminated; never null.
+  const Char* CStr() const { return text ? text : &kTerminator; }
+  std::size_t Length() const { return text ? Header().length : 0; }
+  std::size_t Capacity() const { return text ? Header().capacity : 0; }
+  bool IsEmpty() const { return Length() == 0; }
+
+  // Makes the capacity at least minimum and keeps the text. The first buffer has at least 64
+  // characters; below 1024 characters the capacity at least doubles, from there on it grows by at
+  // least 1024.
+  bool Reserve(std::size_t minimum) {
+    const std::size_t capacity = Capacity();
+    if (capacity != 0 && capacity >= minimum) {
+      return true;
+    }
+    const std::size_t growBlock = text ? Header().growBlock : kGrowBlock;
+    const std::size_t missing = minimum > capacity ? minimum - capacity : 0;
+    const std::size_t leastStep = std::min(capacity, kLinearStep);
+    return SetBuffer(capacity + std::max({missing, growBlock, leastStep}), true);
+  }
+
+  // Gives the string a buffer of its own of exactly newCapacity characters. Without keepText the
+  // string becomes empty; with it, text beyond the capacity is cut off.
+  bool SetBuffer(std::size_t newCapacity, bool keepText) {
+    if (newCapacity > Block::kMaxCapacity) {
+      return false;
+    }
+    CheckGuards();
+    StringHeader* header = text ? &Header() : NewHeader();
+    if (!header) {
+      return false;
+    }
+    void* block =
+        header->ownsBuffer ? ResizedBlock(*header, newCapacity) : FirstBlock(*header, newCapacity);
+    if (!block) {
+      if (!text) {
+        header->memMgr->Free(header);
+      }
+      return false;
+    }
+    text = Block::TextOf(block);
+    Block::Frame(block, header, newCapacity);
+    header->ownsBuffer = 1;
+    header->capacity = newCapacity;
+    header->length = keepText ? std::min(header->length, newCapacity) : 0;
+    text[header->length] = 0;
+    return true;
+  }
+
+  // Replaces the text. A count of npos means up to the terminator; a null source means the empty
+  // text. The source may lie inside this string; the string's own text leaves it as it is.
+  bool Assign(const Char* source, std::size_t count = npos) {
+    CheckGuards();
+    if (text && source == text) {
+      return true;
+    }
+    if (!source) {
+      count = 0;
+    } else if (count == npos) {
+      count = Traits::Length(source);
+    }
+    return Replace(0, source, count);
+  }
+
+  // Adds count characters (npos: up to the terminator) behind the text. The source may lie inside
+  // this string.
+  bool Append(const Char* source, std::size_t count = npos) {
+    if (!source) {
+      return true;
+    }
+    return Replace(Length(), source, count == npos ? Traits::Length(source) : count);
+  }
+
+  // Lends the buffer, of at least minimum characters and a terminator, for writing; give it back
+  // with ReleaseBuffer. The text is kept. Never null: no memory ends the process.
+  Char* GetBuffer(std::size_t minimum) {
+    Require(Reserve(minimum));
+    return text;
+  }
+
+  // Ends the writing that GetBuffer began. With npos the text ends at its first 0.
+  void ReleaseBuffer(std::size_t newLength = npos) {
+    if (!text) {
+      Require(newLength == 0 || newLength == npos);
+      return;
+    }
+    SetLength(newLength == npos ? Traits::Length(text) : newLength);
+    CheckGuards();
+  }
+
+ private:
+  using Block = StringBlock<Char>;
+
+  static constexpr Char kTerminator = 0;
+  static constexpr std::size_t kGrowBlock = 64;
+  static constexpr std::size_t kLinearStep = 1024;
+
+  StringHeader& Header() const { return *Block::HeaderOf(text); }
+
+  void CheckGuards() const {
+    if (text) {
+      Require(Block::IsIntact(text));
+    }
+  }
+
+  void SetLength(std::size_t length) {
+    StringHeader& header = Header();
+    Require(length <= header.capacity);
+    header.length = length;
+    text[length] = 0;
+  }
+
+  // Writes count characters from source at position, which then end the text.
+  bool Replace(std::size_t position, const Char* source, std::size_t count) {
+    CheckGuards();
+    if (count > Block::kMaxCapacity - position) {
+      return false;
+    }
+    const bool isOwnText = text && source >= text && source <= text + Capacity();
+    const std::size_t offset = isOwnText ? static_cast<std::size_t>(source - text) : 0;
+    if (!Reserve(position + count)) {
+      return false;
+    }
+    if (count > 0) {
+      Traits::Move(text + position, isOwnText ? text + offset : source, count);
+    }
+    SetLength(position + count);
+    CheckGuards();
+    return true;
+  }
+
+  void CopyFrom(const StringT& other) {
+    other.CheckGuards();
+    Require(Assign(other.text, other.Length()));
+  }
+
+  void TakeFrom(StringT& other) noexcept {
+    other.CheckGuards();
+    if (!other.text) {
+      text = nullptr;
+      return;
+    }
+    const StringHeader& header = other.Header();
+    if (header.ownsHeader && header.ownsBuffer && header.memMgr == &defaultMemMgr<MemMgr>) {
+      text = other.text;
+      other.text = nullptr;
+    } else {
+      text = nullptr;
+      CopyFrom(other);
+    }
+  }
+
+  static StringHeader* NewHeader() {
+    IMemMgr& memMgr = defaultMemMgr<MemMgr>;
+    void* memory = memMgr.Allocate(sizeof(StringHeader));
+    return memory ? new (memory) StringHeader{&memMgr, 0, 0, kGrowBlock, 0, 1} : nullptr;
+  }
+
+  // A zeroed block for a string that owns none, with the text of its fixed buffer, if it has one.
+  void* FirstBlock(const StringHeader& header, std::size_t newCapacity) const {
+    const std::size_t bytes = Block::BytesFor(newCapacity);
+    void* block = header.memMgr->Allocate(bytes);
+    if (block) {
+      std::memset(block, 0, bytes);
+      if (text) {
+        Traits::Move(Block::TextOf(block), text, std::min(header.length, newCapacity));
+      }
+    }
+    return block;
+  }
+
+  // The string's own block in its new size; where it cannot grow in place or be moved by the
+  // manager, a second block takes the text over.
+  void* ResizedBlock(const StringHeader& header, std::size_t newCapacity) const {
+    const std::size_t bytes = Block::BytesFor(newCapacity);
+    std::byte* oldBlock = Block::BlockOf(text);
+    void* block = header.memMgr->Reallocate(oldBlock, bytes);
+    if (!block) {
+      block = header.memMgr->Allocate(bytes);
+      if (block) {
+        std::memcpy(block, oldBlock, std::min(bytes, Block::BytesFor(header.capacity)));
+        header.memMgr->Free(oldBlock);
+      }
+    }
+    return block;
+  }
+
+  void Destroy() {
+    if (!text) {
+      return;
+    }
+    CheckGuards();
+    StringHeader& header = Header();
+    IMemMgr& memMgr = *header.memMgr;
+    const bool ownsHeader = header.ownsHeader;
+    if (header.ownsBuffer) {
+      memMgr.Free(Block::BlockOf(text));
+    }
+    if (ownsHeader) {
+      memMgr.Free(&header);
+    }
+    memMgr.Release();
+    text = nullptr;
+  }
+
+  Char* text = nullptr;
+};
+
+static_assert(sizeof(StringT<wchar_t>) == sizeof(void*));
+
+}  // namespace kx
