@@ -1,0 +1,54 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "foundation/SharedInstance.h"
+#include "framework/IObjectConstructor.h"
+
+// CriticalSection is a lock that its owning thread may take again.
+class CriticalSection {
+ public:
+  CriticalSection() { InitializeCriticalSection(&section); }
+  ~CriticalSection() { DeleteCriticalSection(&section); }
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+
+  void lock() { EnterCriticalSection(&section); }
+  void unlock() { LeaveCriticalSection(&section); }
+
+ private:
+  CRITICAL_SECTION section;
+};
+
+// ObjectRegistry knows the library's object classes by identifier. It does not own the
+// constructors. Identifiers are matched exactly and ordered by UTF-16 code unit.
+class ObjectRegistry {
+ public:
+  // Returns kCifraAlreadyExists, and changes nothing, when the identifier is taken.
+  std::uint32_t Register(const wchar_t* objectId, IObjectConstructor* constructor);
+  void Unregister(const wchar_t* objectId);
+
+  // Makes an object, under the lock: a constructor may come back for further objects, but only on
+  // this thread. Returns null for an unknown identifier.
+  IKxBaseInterface* Create(const wchar_t* objectId);
+  // Lets the identifier's constructor destroy the object; nothing happens for an unknown one.
+  void DestroyById(const wchar_t* objectId, IKxBaseInterface* object);
+
+ private:
+  IObjectConstructor* Find(const wchar_t* objectId) const;
+
+  std::map<std::wstring, IObjectConstructor*, std::less<>> constructors;
+  CriticalSection lock;
+};
+
+// RegistryRef keeps the registry alive. The first one in the process builds it, the last one
+// released destroys it.
+using RegistryRef = kx::SharedRef<ObjectRegistry>;
+
+inline void AcquireRegistry(RegistryRef& ref) { ref.Acquire(); }
+inline void ReleaseRegistry(RegistryRef& ref) { ref.Release(); }
