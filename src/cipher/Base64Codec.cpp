@@ -1,0 +1,187 @@
+#include "cipher/Base64Codec.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <iterator>
+
+#include "cipher/Base64Kernel.h"
+#include "cipher/CpuFeatures.h"
+#include "foundation/ByteOrder.h"
+#include "foundation/Opaque.h"
+
+namespace Cifra::Base64Codec {
+
+namespace {
+
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The two characters of every 12 bits: half as many look-ups as with one character each.
+using CharacterPair = std::array<char, 2>;
+constexpr auto kPairs = [] {
+  std::array<CharacterPair, 4096> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    pairs[i] = {kAlphabet[i / 64], kAlphabet[i % 64]};
+  }
+  return pairs;
+}();
+
+// The value of a character at each of the 4 places of a group, shifted to where it belongs in the
+// group's 3 bytes, the first of which is the lowest. Joining the 4 words joins kForeign as well.
+constexpr std::uint32_t kForeign = 0x80000000;
+constexpr auto kValues = [] {
+  std::array<std::array<std::uint32_t, 256>, 4> values{};
+  for (auto& place : values) {
+    place.fill(kForeign);
+  }
+  for (std::uint32_t value = 0; value < 64; ++value) {
+    const auto character = static_cast<std::uint8_t>(kAlphabet[value]);
+    values[0][character] = value << 2;
+    values[1][character] = (value & 0x0F) << 12 | value >> 4;
+    values[2][character] = (value & 0x03) << 22 | (value & 0x3C) << 6;
+    values[3][character] = value << 16;
+  }
+  return values;
+}();
+
+// Shorter input is not worth the call of a kernel.
+constexpr std::size_t kLeastForKernel = 24;
+
+void PutPair(std::uint64_t bits, char* output) {
+  std::memcpy(output, kPairs[bits].data(), sizeof(CharacterPair));
+}
+
+// Two groups, of the first 6 of the 8 bytes that are read. Opaque, or the compiler reads the bytes
+// that are needed one by one.
+void EncodeTwoGroups(const std::uint8_t* input, char* output) {
+  const std::uint64_t bits = kx::Opaque(kx::LoadBigEndian64(input));
+  for (std::size_t i = 0; i < 4; ++i) {
+    PutPair(bits >> (52 - 12 * i) & 0xFFF, output + 2 * i);
+  }
+}
+
+void EncodeGroup(const std::uint8_t* input, char* output) {
+  const std::uint32_t bits = static_cast<std::uint32_t>(input[0]) << 16 |
+                             static_cast<std::uint32_t>(input[1]) << 8 | input[2];
+  PutPair(bits >> 12, output);
+  PutPair(bits & 0xFFF, output + 2);
+}
+
+// The last 1 or 2 bytes.
+void EncodeRest(const std::uint8_t* input, std::size_t inputLength, char* output, bool addPadding) {
+  const bool isPair = inputLength == 2;
+  const std::uint32_t second = isPair ? input[1] : 0;
+  PutPair((static_cast<std::uint32_t>(input[0]) << 8 | second) >> 4, output);
+  if (isPair) {
+    output[2] = kAlphabet[second << 2 & 0x3F];
+  } else if (addPadding) {
+    output[2] = '=';
+  }
+  if (addPadding) {
+    output[3] = '=';
+  }
+}
+
+const std::uint8_t* ToBytes(const char* text) {
+  return reinterpret_cast<const std::uint8_t*>(text);
+}
+
+std::uint32_t Value(std::uint64_t character, std::size_t place) {
+  return kValues[place][character & 0xFF];
+}
+
+// The word of the group whose characters are the low 4 bytes.
+std::uint32_t DecodeGroup(std::uint64_t text) {
+  return Value(text, 0) | Value(text >> 8, 1) | Value(text >> 16, 2) | Value(text >> 24, 3);
+}
+
+bool IsAlwaysUsable() { return true; }
+
+constexpr Kernel kKernels[] = {
+#if defined(__x86_64__) || defined(_M_X64)
+    {"avx2", CpuFeatures::HasAvx2, EncodeAvx2, DecodeAvx2},
+    {"ssse3", CpuFeatures::HasSsse3, EncodeSsse3, DecodeSsse3},
+#elif defined(__aarch64__) || defined(_M_ARM64)
+    {"neon", IsAlwaysUsable, EncodeNeon, DecodeNeon},
+#endif
+    {"scalar", IsAlwaysUsable, nullptr, nullptr},
+};
+
+// Found by the first call that needs it. Several threads may find it at once, and find the same.
+const Kernel& BestKernel() {
+  static constinit std::atomic<const Kernel*> best = nullptr;
+  const Kernel* kernel = best.load(std::memory_order_relaxed);
+  if (!kernel) {
+    kernel = std::find_if(std::begin(kKernels), std::end(kKernels),
+                          [](const Kernel& candidate) { return candidate.isUsable(); });
+    best.store(kernel, std::memory_order_relaxed);
+  }
+  return *kernel;
+}
+
+}  // namespace
+
+std::span<const Kernel> Kernels() { return kKernels; }
+
+void EncodeWith(const Kernel& kernel, const std::uint8_t* input, std::size_t inputLength,
+                char* output, bool addPadding) {
+  if (kernel.encode && inputLength >= kLeastForKernel) {
+    const std::size_t done = kernel.encode(input, inputLength, output);
+    input += done;
+    inputLength -= done;
+    output += done / 3 * 4;
+  }
+  for (; inputLength >= 8; inputLength -= 6, input += 6, output += 8) {
+    EncodeTwoGroups(input, output);
+  }
+  for (; inputLength >= 3; inputLength -= 3, input += 3, output += 4) {
+    EncodeGroup(input, output);
+  }
+  if (inputLength > 0) {
+    EncodeRest(input, inputLength, output, addPadding);
+  }
+}
+
+bool DecodeWith(const Kernel& kernel, const char* text, std::size_t textLength,
+                std::uint8_t* output) {
+  if (kernel.decode && textLength >= kLeastForKernel) {
+    const std::size_t done = kernel.decode(text, textLength, output);
+    text += done;
+    textLength -= done;
+    output += done / 4 * 3;
+  }
+  std::uint32_t joined = 0;
+  // Whole words are stored, whose last byte the next group overwrites; not so in the last group.
+  const auto decodeGroup = [&joined](std::uint64_t group, std::uint8_t* bytes) {
+    const std::uint32_t word = DecodeGroup(group);
+    joined |= word;
+    kx::StoreLittleEndian32(word, bytes);
+  };
+  for (; textLength > 8; textLength -= 8, text += 8, output += 6) {
+    const std::uint64_t groups = kx::Opaque(kx::LoadLittleEndian64(ToBytes(text)));
+    decodeGroup(groups, output);
+    decodeGroup(groups >> 32, output + 3);
+  }
+  for (; textLength > 4; textLength -= 4, text += 4, output += 3) {
+    decodeGroup(kx::LoadLittleEndian32(ToBytes(text)), output);
+  }
+  std::uint32_t last = 0;
+  for (std::size_t place = 0; place < textLength; ++place) {
+    last |= Value(ToBytes(text)[place], place);
+  }
+  for (std::size_t i = 0; i < textLength * 3 / 4; ++i) {
+    output[i] = static_cast<std::uint8_t>(last >> 8 * i);
+  }
+  return ((joined | last) & kForeign) == 0;
+}
+
+void Encode(const std::uint8_t* input, std::size_t inputLength, char* output, bool addPadding) {
+  EncodeWith(BestKernel(), input, inputLength, output, addPadding);
+}
+
+bool Decode(const char* text, std::size_t textLength, std::uint8_t* output) {
+  return DecodeWith(BestKernel(), text, textLength, output);
+}
+
+}  // namespace Cifra::Base64Codec

@@ -1,0 +1,78 @@
+#include "cipher/Base64ObjectImplementation.h"
+
+#include <cstring>
+
+#include "Cifra/ResultCodes.h"
+#include "cipher/Base64Codec.h"
+#include "framework/AnswerInterface.h"
+
+namespace {
+
+constexpr std::size_t kMaxPadding = 2;
+
+// How many of the last group's characters are padding, be they written out or left off.
+std::size_t PaddingCount(const std::string& text) {
+  const std::size_t leftOff = (4 - text.size() % 4) % 4;
+  if (leftOff != 0) {
+    return leftOff;
+  }
+  const std::size_t lastOther = text.find_last_not_of('=');
+  return text.size() - (lastOther == std::string::npos ? 0 : lastOther + 1);
+}
+
+}  // namespace
+
+void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
+  return AnswerInterface<Cifra::IBase64>(this, iid);
+}
+
+void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,
+                                        std::string& output, bool addPadding) {
+  output.resize(Cifra::Base64Codec::EncodedLength(inputLength, addPadding));
+  Cifra::Base64Codec::Encode(input, inputLength, output.data(), addPadding);
+}
+
+void Base64ObjectImplementation::Encode(const std::vector<std::uint8_t>& input, std::string& output,
+                                        bool addPadding) {
+  Encode(input.data(), input.size(), output, addPadding);
+}
+
+std::uint64_t Base64ObjectImplementation::GetDecodedSize(std::uint64_t encodedLength) {
+  return encodedLength / 4 * 3;
+}
+
+std::uint32_t Base64ObjectImplementation::DecodeToBuffer(const std::string& input,
+                                                         std::uint8_t* output,
+                                                         std::uint64_t* size) {
+  const std::uint64_t room = *size;
+  *size = 0;
+  const std::size_t needed = (input.size() + 3) / 4 * 3;
+  if (needed == 0 || room < needed) {
+    return kCifraFunctionFailed;
+  }
+  const std::size_t padding = PaddingCount(input);
+  if (padding > kMaxPadding) {
+    return kCifraFunctionFailed;
+  }
+  const std::size_t writtenOut = input.size() % 4 == 0 ? padding : 0;
+  const std::size_t decoded = needed - padding;
+  if (!Cifra::Base64Codec::Decode(input.data(), input.size() - writtenOut, output)) {
+    std::memset(output, 0, needed);  // no half-decoded data is left to be taken for a result
+    return kCifraFunctionFailed;
+  }
+  std::memset(output + decoded, 0, padding);
+  *size = decoded;
+  return kCifraSuccess;
+}
+
+std::uint32_t Base64ObjectImplementation::Decode(const std::string& input,
+                                                 std::vector<std::uint8_t>& output) {
+  output.resize(GetDecodedSize(input.size()));
+  if (output.empty()) {
+    return kCifraFunctionFailed;
+  }
+  std::uint64_t size = output.size();
+  const std::uint32_t result = DecodeToBuffer(input, output.data(), &size);
+  output.resize(size);
+  return result;
+}

@@ -1,0 +1,58 @@
+#include "cipher/BlowfishObjectImplementation.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "framework/AnswerInterface.h"
+
+namespace {
+
+constexpr std::uint64_t kBlockBytes = class_blowfish::kBlockBytes;
+
+// A call works on as many blocks as 32 bits count.
+std::size_t BlockCount(std::uint64_t bytes) {
+  return static_cast<std::uint32_t>(bytes / kBlockBytes);
+}
+
+// Resizes output and returns where the input is then: growing an output that is also the input may
+// have moved it.
+const std::uint8_t* ResizeFor(const std::uint8_t* input, std::vector<std::uint8_t>& output,
+                              std::uint64_t size) {
+  const bool isInPlace = input == output.data();
+  output.resize(size);
+  return isInPlace ? output.data() : input;
+}
+
+}  // namespace
+
+void* BlowfishObjectImplementation::QueryInterface(const InterfaceId& iid) {
+  return AnswerInterface<Cifra::IBlowfish>(this, iid);
+}
+
+void BlowfishObjectImplementation::SetKey(const std::uint8_t* key, std::int32_t keyLength) {
+  cipher.Initialize(key, keyLength);
+}
+
+std::uint32_t BlowfishObjectImplementation::Encrypt(const std::uint8_t* input,
+                                                    std::uint64_t inputLength,
+                                                    std::vector<std::uint8_t>& output) {
+  const std::uint64_t rest = inputLength % kBlockBytes;
+  const std::uint64_t whole = inputLength - rest;
+  input = ResizeFor(input, output, whole + (rest == 0 ? 0 : kBlockBytes));
+  cipher.EncipherBlocks(input, output.data(), BlockCount(whole));
+  if (rest != 0) {
+    std::uint8_t last[kBlockBytes] = {};
+    std::memcpy(last, input + whole, rest);
+    cipher.EncipherBlocks(last, output.data() + whole, 1);
+  }
+  return 0;
+}
+
+std::uint32_t BlowfishObjectImplementation::Decrypt(const std::uint8_t* input,
+                                                    std::uint64_t inputLength,
+                                                    std::vector<std::uint8_t>& output) {
+  const std::uint64_t whole = inputLength - inputLength % kBlockBytes;
+  input = ResizeFor(input, output, whole);
+  cipher.DecipherBlocks(input, output.data(), BlockCount(whole));
+  return 0;
+}

