@@ -1,0 +1,17 @@
+#pragma once
+
+#include <windows.h>
+#include <bcrypt.h>
+
+#include <memory>
+
+struct CngAlgorithmCloser {
+  void operator()(BCRYPT_ALG_HANDLE algorithm) const { BCryptCloseAlgorithmProvider(algorithm, 0); }
+};
+struct CngHashCloser {
+  void operator()(BCRYPT_HASH_HANDLE hash) const { BCryptDestroyHash(hash); }
+};
+
+// CngAlgorithm owns an open provider of the platform's hashing service, CngHash a running hash.
+using CngAlgorithm = std::unique_ptr<void, CngAlgorithmCloser>;
+using CngHash = std::unique_ptr<void, CngHashCloser>;

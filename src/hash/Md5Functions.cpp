@@ -1,0 +1,35 @@
+#include <cstring>
+
+#include "Cifra/Functions.h"
+#include "Cifra/IMd5.h"
+#include "Cifra/ObjectIds.h"
+#include "foundation/BoundedCopy.h"
+#include "foundation/string/Utf8.h"
+#include "framework/ExportedObject.h"
+
+namespace {
+
+constexpr std::size_t kOutputBytes = 2 * Cifra::IMd5::kDigestBytes + 1;
+
+}  // namespace
+
+uint32_t CalculateTextMd5(const char* text, char* output) {
+  const Cifra::CifraExportedObject<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
+  if (!md5.iface) {
+    *output = 0;
+    return kCifraNotFound;
+  }
+  if (text) {
+    md5.iface->Update(reinterpret_cast<const std::uint8_t*>(text),
+                      static_cast<std::uint32_t>(std::strlen(text)));
+  }
+  kx::StringT<wchar_t> digest;
+  md5.iface->GetHashString(digest);
+  kx::CopyBounded(output, kOutputBytes, kx::ToUtf8(digest).CStr());
+  _strlwr(output);
+  return kCifraSuccess;
+}
+
+uint32_t CalculateWideCharTextMd5(const wchar_t* text, char* output) {
+  return CalculateTextMd5(kx::ToUtf8(text).CStr(), output);
+}
