@@ -1,0 +1,72 @@
+#pragma once
+
+#include <windows.h>
+#include <softpub.h>
+#include <wintrust.h>
+
+#include <cstddef>
+
+// The records of a trust request that name one of a file's signatures. Headers older than Windows 8
+// do not have them.
+namespace Cifra {
+
+#ifdef WSS_VERIFY_SPECIFIC
+using TrustSettings = WINTRUST_SIGNATURE_SETTINGS;
+using TrustData = WINTRUST_DATA;
+#else
+inline constexpr DWORD WSS_VERIFY_SPECIFIC = 1;
+inline constexpr DWORD WSS_GET_SECONDARY_SIG_COUNT = 2;
+
+struct TrustSettings {  // WINTRUST_SIGNATURE_SETTINGS
+  DWORD cbStruct;
+  DWORD dwIndex;
+  DWORD dwFlags;
+  DWORD cSecondarySigs;
+  DWORD dwVerifiedSigIndex;
+  void* pCryptoPolicy;
+};
+
+struct TrustData : WINTRUST_DATA {
+  TrustSettings* pSignatureSettings;
+};
+#endif
+static_assert(sizeof(WINTRUST_FILE_INFO) == 32);
+static_assert(sizeof(TrustSettings) == 32);
+static_assert(sizeof(TrustData) == 88);
+
+// TrustRequest is what the trust service is asked about one file: its signatures, one after
+// another, starting with the primary one. The service writes to it.
+struct TrustRequest {
+  TrustRequest(const wchar_t* path, HANDLE openFile);
+  TrustRequest(const TrustRequest&) = delete;
+  TrustRequest& operator=(const TrustRequest&) = delete;
+
+  // Goes on to the next signature; false when that was the last one.
+  bool Advance();
+
+  WINTRUST_FILE_INFO file{};
+  TrustSettings settings{};
+  TrustData data{};
+};
+
+// TrustState is the state that the trust service keeps of a verification until it is closed.
+class TrustState {
+ public:
+  explicit TrustState(TrustRequest& trustRequest) : request(trustRequest) {}
+  ~TrustState();
+  TrustState(const TrustState&) = delete;
+  TrustState& operator=(const TrustState&) = delete;
+
+  // Has the request's current signature verified; returns the service's verdict, 0 for trusted.
+  LONG Verify(HWND window);
+  void Close(HWND window);
+  void LeaveOpen() { isOpen = false; }
+
+ private:
+  LONG Call(DWORD stateAction, HWND window);
+
+  TrustRequest& request;
+  bool isOpen = false;
+};
+
+}  // namespace Cifra
