@@ -1,0 +1,101 @@
+#include "Output.h"
+
+#include "Console.h"
+#include "Failure.h"
+#include "Paths.h"
+#include "Unicode.h"
+
+namespace client {
+namespace {
+
+// A device, such as NUL or CON, is written to directly: there is no name to put a file under.
+FileHandle OpenDevice(const std::wstring& path) {
+  FileHandle device(
+      NullIfInvalid(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                nullptr, OPEN_EXISTING, 0, nullptr)));
+  if (device && GetFileType(device.get()) == FILE_TYPE_DISK) {
+    device.reset();
+  }
+  return device;
+}
+
+// While this is set, the file vanishes when its last handle is closed, however the process ends.
+bool SetDeleteOnClose(HANDLE file, bool isDeleted) {
+  FILE_DISPOSITION_INFO disposition{};
+  disposition.DeleteFile = isDeleted;
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof(disposition));
+}
+
+}  // namespace
+
+Output::Output(const std::wstring& path) {
+  if (path == kStandardStream) {
+    name = "standard output";
+    handle = NullIfInvalid(GetStdHandle(STD_OUTPUT_HANDLE));
+    return;
+  }
+  name = ToUtf8(path);
+  target = ForSystem(path);
+  const DWORD attributes = GetFileAttributesW(target.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+    throw Failure(ExitCode::kCannotWrite, name + ": is a directory");
+  }
+  file = OpenDevice(target);
+  if (file) {
+    target.clear();
+  } else {
+    CreateTemporary();
+  }
+  handle = file.get();
+}
+
+Output::~Output() {
+  file.reset();
+  if (!temporary.empty()) {
+    DeleteFileW(temporary.c_str());  // gone already, unless the system refused to mark it
+  }
+}
+
+void Output::CreateTemporary() {
+  for (unsigned attempt = 0; attempt < 100 && !file; ++attempt) {
+    temporary = ForSystem(target + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                          std::to_wstring(attempt) + L".tmp");
+    file.reset(NullIfInvalid(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
+                                         CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    if (!file && GetLastError() != ERROR_FILE_EXISTS) {
+      break;
+    }
+  }
+  if (!file) {
+    temporary.clear();
+    Fail("cannot create");
+  }
+  SetDeleteOnClose(file.get(), true);
+}
+
+void Output::Write(std::string_view bytes) {
+  if (!WriteTo(handle, bytes)) {
+    Fail("cannot write");
+  }
+}
+
+void Output::Commit() {
+  if (target.empty()) {
+    return;
+  }
+  SetDeleteOnClose(file.get(), false);
+  file.reset();
+  if (!MoveFileExW(temporary.c_str(), target.c_str(),
+                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    Fail("cannot write");
+  }
+  temporary.clear();
+}
+
+bool Output::IsScreen() const { return !file && IsConsole(handle); }
+
+void Output::Fail(const char* what) const {
+  throw Failure::OfSystem(ExitCode::kCannotWrite, name, what);
+}
+
+}  // namespace client

@@ -1,0 +1,66 @@
+#include "Unicode.h"
+
+#include <iterator>
+#include <limits>
+#include <stdexcept>
+
+namespace client {
+namespace {
+
+int CheckedLength(std::size_t length) {
+  if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+    throw std::length_error("the text is too long");
+  }
+  return static_cast<int>(length);
+}
+
+std::optional<std::string> Narrow(std::wstring_view text, DWORD flags) {
+  if (text.empty()) {
+    return std::string();
+  }
+  const int units = CheckedLength(text.size());
+  const int size =
+      WideCharToMultiByte(CP_UTF8, flags, text.data(), units, nullptr, 0, nullptr, nullptr);
+  if (size <= 0) {
+    return std::nullopt;
+  }
+  std::string result(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(CP_UTF8, flags, text.data(), units, result.data(), size, nullptr, nullptr);
+  return result;
+}
+
+}  // namespace
+
+std::string ToUtf8(std::wstring_view text) { return Narrow(text, 0).value_or(std::string()); }
+
+std::optional<std::string> ToUtf8Strictly(std::wstring_view text) {
+  return Narrow(text, WC_ERR_INVALID_CHARS);
+}
+
+std::optional<std::wstring> FromUtf8(std::string_view text) {
+  if (text.empty()) {
+    return std::wstring();
+  }
+  const int bytes = CheckedLength(text.size());
+  const int size =
+      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), bytes, nullptr, 0);
+  if (size <= 0) {
+    return std::nullopt;
+  }
+  std::wstring result(static_cast<std::size_t>(size), L'\0');
+  MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), bytes, result.data(), size);
+  return result;
+}
+
+std::string SystemMessage(DWORD error) {
+  wchar_t buffer[512];
+  const DWORD length =
+      FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0,
+                     buffer, static_cast<DWORD>(std::size(buffer)), nullptr);
+  std::wstring_view text(buffer, length);
+  text = text.substr(0, text.find_last_not_of(L" .\r\n") + 1);
+  const std::string words = text.empty() ? "unknown error" : ToUtf8(text);
+  return words + " (error " + std::to_string(error) + ")";
+}
+
+}  // namespace client

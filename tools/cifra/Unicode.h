@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace client {
+
+// ToUtf8 turns UTF-16 into UTF-8; half of a surrogate pair becomes U+FFFD. For what is shown.
+std::string ToUtf8(std::wstring_view text);
+
+// The same for what must not change on the way: nothing for text with half of a surrogate pair.
+std::optional<std::string> ToUtf8Strictly(std::wstring_view text);
+
+// FromUtf8 turns UTF-8 into UTF-16; nothing for bytes that are not UTF-8.
+std::optional<std::wstring> FromUtf8(std::string_view text);
+
+// SystemMessage gives the system's words for an error code, with the code: "Access denied (error
+// 5)".
+std::string SystemMessage(DWORD error);
+
+}  // namespace client
