@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include "cipher/Base64Codec.h"
+#include "reference/Base64Reference.h"
+#include "support/Base64.h"
+#include "support/TestData.h"
+
+namespace Cifra::Test {
+namespace {
+
+// Longer than several of the groups that are converted at once.
+constexpr std::size_t kLongestMessage = 300;
+
+TEST(Base64Codec, Rfc4648Vectors_Hold) {
+  const auto vectors = ReadVectors("base64.txt");
+  EXPECT_EQ(vectors.size(), 7u);
+  for (const auto& vector : vectors) {
+    const Bytes message = FromText(vector.at(0));
+    const std::string padded = vector.at(1);
+    const std::string unpadded = padded.substr(0, padded.find('='));
+    EXPECT_EQ(Encode(message, true), padded);
+    EXPECT_EQ(Encode(message, false), unpadded);
+    EXPECT_EQ(Decode(unpadded), message);
+  }
+}
+
+TEST(Base64Codec, EncodedLength_CountsGroupsAndRest) {
+  EXPECT_EQ(Base64Codec::EncodedLength(0, true), 0u);
+  EXPECT_EQ(Base64Codec::EncodedLength(0, false), 0u);
+  EXPECT_EQ(Base64Codec::EncodedLength(1, true), 4u);
+  EXPECT_EQ(Base64Codec::EncodedLength(1, false), 2u);
+  EXPECT_EQ(Base64Codec::EncodedLength(2, true), 4u);
+  EXPECT_EQ(Base64Codec::EncodedLength(2, false), 3u);
+  EXPECT_EQ(Base64Codec::EncodedLength(3, true), 4u);
+  EXPECT_EQ(Base64Codec::EncodedLength(3, false), 4u);
+}
+
+TEST(Base64Codec, EveryLength_AgreesWithTheReferenceBothWays) {
+  Random random(1);
+  for (std::size_t length = 0; length <= kLongestMessage; ++length) {
+    const Bytes message = random.NextBytes(length);
+    const std::string text = Reference::Base64Encode(message, false);
+    EXPECT_EQ(Encode(message, false), text) << length << " bytes";
+    EXPECT_EQ(Encode(message, true), Reference::Base64Encode(message, true)) << length << " bytes";
+    EXPECT_EQ(Decode(text), message) << length << " bytes";
+  }
+}
+
+TEST(Base64Codec, EveryByteAtEveryPosition_IsTakenOrRefusedAsByTheReference) {
+  for (const std::size_t length : {2u, 3u, 4u, 31u, 66u, 132u}) {
+    const std::string text(length, 'Q');
+    for (std::size_t position = 0; position < length; ++position) {
+      for (int byte = 0; byte < 256; ++byte) {
+        std::string changed = text;
+        changed[position] = static_cast<char>(byte);
+        ASSERT_EQ(Decode(changed), Reference::Base64Decode(changed))
+            << "byte " << byte << " at " << position << " of " << length;
+      }
+    }
+  }
+}
+
+TEST(Base64Codec, EveryPairOfBytes_IsEncodedAsByTheReference) {
+  Bytes message;
+  for (unsigned pair = 0; pair < 65'536; ++pair) {
+    message.push_back(static_cast<std::uint8_t>(pair >> 8));
+    message.push_back(static_cast<std::uint8_t>(pair));
+    message.push_back(static_cast<std::uint8_t>(pair >> 4));
+  }
+  const std::string text = Encode(message, true);
+  EXPECT_EQ(text, Reference::Base64Encode(message, true));
+  EXPECT_EQ(Decode(text), message);
+}
+
+TEST(Base64Codec, BitsLeftOver_AreIgnored) {
+  EXPECT_EQ(Decode("Zg"), FromText("f"));
+  EXPECT_EQ(Decode("Zh"), FromText("f"));
+  EXPECT_EQ(Decode("Zv"), FromText("f"));
+  EXPECT_EQ(Decode("Zm8"), FromText("fo"));
+  EXPECT_EQ(Decode("Zm/"), Decode("Zm8"));
+}
+
+TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
+  Random random(2);
+  for (std::size_t length = 0; length <= kLongestMessage; ++length) {
+    const Bytes message = random.NextBytes(length);
+    for (const bool addPadding : {false, true}) {
+      const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
+      std::string room(textLength + 64, '#');
+      Base64Codec::Encode(message.data(), length, room.data() + 32, addPadding);
+      EXPECT_EQ(room.substr(0, 32), std::string(32, '#'));
+      EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#'));
+    }
+    const std::string text = Reference::Base64Encode(message, false);
+    Bytes room(length + 64, '#');
+    EXPECT_TRUE(Base64Codec::Decode(text.data(), text.size(), room.data() + 32));
+    EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#'));
+    EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#'));
+  }
+}
+
+}  // namespace
+}  // namespace Cifra::Test

@@ -1,0 +1,271 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <utility>
+
+#include "foundation/collections/Map.h"
+#include "support/CollectionText.h"
+
+namespace Cifra::Test {
+namespace {
+
+using TextMap = kx::Map<Text, Text>;
+using Pairs = std::map<std::u16string, std::u16string>;
+using Enumerator = kx::EnumPtr<kx::IEnum<Text, Text>>;
+
+TextMap MapOf(const Pairs& pairs) {
+  TextMap map;
+  for (const auto& [key, value] : pairs) {
+    map.Add(key.c_str(), value.c_str());
+  }
+  return map;
+}
+
+TextMap NumberedMap(unsigned count) {
+  TextMap map;
+  for (unsigned i = 0; i < count; ++i) {
+    map.Add(NumberedText(i), NumberedText(i * 2));
+  }
+  return map;
+}
+
+void ExpectPairs(const Pairs& expected, const TextMap& map) {
+  Pairs found;
+  const kx::EnumPtr<kx::IConstEnum<Text, Text>> enumerator(map.CreateConstEnum());
+  for (; enumerator->IsValid(); enumerator->Next()) {
+    EXPECT_TRUE(found.emplace(ToStd(*enumerator->Key()), ToStd(*enumerator->Value())).second);
+    EXPECT_EQ(enumerator->Value(), map.Find(*enumerator->Key()));
+  }
+  EXPECT_EQ(expected, found);
+  EXPECT_EQ(expected.size(), map.Count());
+}
+
+TEST(CollectionsMap, Add_InsertsAPairThatFindAndGetAnswer) {
+  TextMap map;
+  const TextMap& constant = map;
+  EXPECT_EQ(kCifraSuccess, map.Add(u"CN", u"Cifra"));
+  ASSERT_NE(nullptr, map.Find(u"CN"));
+  EXPECT_EQ(u"Cifra", ToStd(*map.Find(u"CN")));
+  EXPECT_EQ(map.Find(u"CN"), constant.Find(u"CN"));
+  Text out;
+  EXPECT_EQ(kCifraSuccess, map.Get(u"CN", out));
+  EXPECT_EQ(u"Cifra", ToStd(out));
+}
+
+TEST(CollectionsMap, Add_OfAPresentKeyReturns183AndKeepsTheFirstValue) {
+  TextMap map = MapOf({{u"CN", u"first"}});
+  EXPECT_EQ(183u, map.Add(u"CN", u"second"));
+  ExpectPairs({{u"CN", u"first"}}, map);
+}
+
+TEST(CollectionsMap, AnAbsentKey_GivesNullOr1168AndLeavesOut) {
+  for (const TextMap& map : {TextMap(), MapOf({{u"CN", u"a"}}), NumberedMap(9)}) {
+    TextMap changeable = map;
+    Text out = u"before";
+    EXPECT_EQ(nullptr, map.Find(u"O"));
+    EXPECT_EQ(nullptr, changeable.Find(u"O"));
+    EXPECT_EQ(1168u, map.Get(u"O", out));
+    EXPECT_EQ(u"before", ToStd(out));
+    EXPECT_EQ(1168u, changeable.Remove(u"O"));
+    EXPECT_EQ(map.Count(), changeable.Count());
+  }
+}
+
+TEST(CollectionsMap, KeysThatDifferOnlyInCase_AreDifferent) {
+  ExpectPairs({{u"cn", u"lower"}, {u"CN", u"upper"}},
+              MapOf({{u"cn", u"lower"}, {u"CN", u"upper"}}));
+}
+
+TEST(CollectionsMap, AnUnsetKey_IsTheEmptyKey) {
+  TextMap map;
+  EXPECT_EQ(kCifraSuccess, map.Add(Text(), u"a"));
+  EXPECT_EQ(183u, map.Add(u"", u"b"));
+  EXPECT_NE(nullptr, map.Find(u""));
+}
+
+TEST(CollectionsMap, Keys_EndAtTheirTerminator) {
+  TextMap map;
+  EXPECT_EQ(kCifraSuccess, map.Add(Text(u"ab\0cd", 5), u"a"));
+  EXPECT_EQ(183u, map.Add(u"ab", u"b"));
+  EXPECT_NE(nullptr, map.Find(Text(u"ab\0xy", 5)));
+}
+
+TEST(CollectionsMap, Hash_IsDjb2OfCodeUnits) {
+  using Key = kx::MapKey<Text>;
+  EXPECT_EQ(5381u, Key::Hash(Text()));
+  EXPECT_EQ(5381u * 33 + 'a', Key::Hash(u"a"));
+  EXPECT_EQ((5381u * 33 + 'O') * 33 + 'U', Key::Hash(u"OU"));
+  EXPECT_EQ(5381u * 33 + 0xFFFF, Key::Hash(u"\xFFFF"));
+  std::uint64_t wrapped = 5381;
+  for (int i = 0; i < 20; ++i) {
+    wrapped = wrapped * 33 + 0x4E2D;
+  }
+  EXPECT_EQ(wrapped, Key::Hash(std::u16string(20, u'\x4E2D').c_str()));
+}
+
+// With djb2, exchanging "ab" for "bA" changes nothing: ('a' * 33 + 'b') == ('b' * 33 + 'A').
+TEST(CollectionsMap, KeysOfTheSameHash_AreKeptApart) {
+  ASSERT_EQ(kx::MapKey<Text>::Hash(u"ab"), kx::MapKey<Text>::Hash(u"bA"));
+  TextMap map = MapOf({{u"ab", u"1"}, {u"bA", u"2"}, {u"abab", u"3"}, {u"bAbA", u"4"}});
+  EXPECT_EQ(u"2", ToStd(*map.Find(u"bA")));
+  EXPECT_EQ(kCifraSuccess, map.Remove(u"ab"));
+  EXPECT_EQ(kCifraSuccess, map.Remove(u"bAbA"));
+  ExpectPairs({{u"bA", u"2"}, {u"abab", u"3"}}, map);
+}
+
+TEST(CollectionsMap, Growth_KeepsEveryPairAndItsAddress) {
+  for (const unsigned count : {7u, 8u, 9u, 16u, 17u, 1000u}) {
+    TextMap map;
+    std::vector<const Text*> values;
+    for (unsigned i = 0; i < count; ++i) {
+      EXPECT_EQ(kCifraSuccess, map.Add(NumberedText(i), NumberedText(i)));
+      values.push_back(map.Find(NumberedText(i)));
+    }
+    EXPECT_EQ(count, map.Count());
+    for (unsigned i = 0; i < count; ++i) {
+      EXPECT_EQ(values[i], map.Find(NumberedText(i)));
+    }
+  }
+}
+
+TEST(CollectionsMap, Enumerator_ShowsEveryPairOnceWhileTheMapGrows) {
+  TextMap map = NumberedMap(8);
+  const Enumerator enumerator(map.CreateEnum());
+  unsigned seen = 0;
+  for (; enumerator->IsValid(); enumerator->Next(), ++seen) {
+    EXPECT_EQ(ToStd(NumberedText(seen)), ToStd(*enumerator->Key()));
+    if (map.Count() < 100) {
+      map.Add(NumberedText(static_cast<unsigned>(map.Count())), u"added");
+    }
+  }
+  EXPECT_EQ(100u, seen);
+}
+
+TEST(CollectionsMap, Enumerator_PastTheEndShowsNothingAndResetsToTheFirst) {
+  TextMap map = MapOf({{u"CN", u"a"}});
+  const Enumerator enumerator(map.CreateEnum());
+  EXPECT_TRUE(enumerator->IsValid());
+  enumerator->Next();
+  enumerator->Next();
+  EXPECT_FALSE(enumerator->IsValid());
+  EXPECT_EQ(nullptr, enumerator->Key());
+  EXPECT_EQ(nullptr, enumerator->Value());
+  enumerator->Reset();
+  EXPECT_EQ(map.Find(u"CN"), enumerator->Value());
+}
+
+TEST(CollectionsMap, Remove_MovesTheEnumeratorToTheNextPair) {
+  TextMap map = NumberedMap(3);
+  const Enumerator enumerator(map.CreateEnum());
+  enumerator->Next();
+  EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
+  EXPECT_EQ(u"2", ToStd(*enumerator->Key()));
+  ExpectPairs({{u"0", u"0"}, {u"2", u"4"}}, map);
+}
+
+TEST(CollectionsMap, Remove_OfTheLastPairLeavesTheEnumeratorNotValid) {
+  TextMap map = NumberedMap(2);
+  const Enumerator enumerator(map.CreateEnum());
+  enumerator->Next();
+  EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
+  EXPECT_FALSE(enumerator->IsValid());
+  EXPECT_EQ(1168u, map.Remove(*enumerator));
+  ExpectPairs({{u"0", u"0"}}, map);
+}
+
+TEST(CollectionsMap, Remove_ThroughAnEnumeratorCanEmptyTheMap) {
+  TextMap map = NumberedMap(100);
+  const Enumerator enumerator(map.CreateEnum());
+  while (enumerator->IsValid()) {
+    EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
+  }
+  ExpectPairs({}, map);
+}
+
+TEST(CollectionsMap, Remove_WithAnEnumeratorOfAnotherMapRemovesNothing) {
+  TextMap map = MapOf({{u"CN", u"a"}});
+  TextMap equal = map;
+  TextMap other = MapOf({{u"O", u"b"}});
+  for (TextMap* owner : {&equal, &other}) {
+    const Enumerator enumerator(owner->CreateEnum());
+    EXPECT_EQ(1168u, map.Remove(*enumerator));
+    EXPECT_TRUE(enumerator->IsValid());
+  }
+  ExpectPairs({{u"CN", u"a"}}, map);
+}
+
+TEST(CollectionsMap, Remove_AcceptsTheStoredKeyItself) {
+  TextMap map = MapOf({{u"CN", u"a"}});
+  const Enumerator enumerator(map.CreateEnum());
+  EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator->Key()));
+  ExpectPairs({}, map);
+}
+
+TEST(CollectionsMap, Values_CanBeChangedInPlace) {
+  TextMap map = MapOf({{u"CN", u"a"}, {u"O", u"b"}});
+  *map.Find(u"CN") = u"c";
+  const Enumerator enumerator(map.CreateEnum());
+  enumerator->Next();
+  *enumerator->Value() = u"d";
+  ExpectPairs({{u"CN", u"c"}, {u"O", u"d"}}, map);
+}
+
+TEST(CollectionsMap, Clear_EmptiesAMapThatCanBeFilledAgain) {
+  TextMap map = NumberedMap(100);
+  map.Clear();
+  ExpectPairs({}, map);
+  map.Clear();
+  map.Add(u"CN", u"a");
+  ExpectPairs({{u"CN", u"a"}}, map);
+}
+
+TEST(CollectionsMap, Copies_AreIndependent) {
+  TextMap original = MapOf({{u"CN", u"a"}});
+  TextMap copy = original;
+  copy.Add(u"O", u"b");
+  *copy.Find(u"CN") = u"c";
+  ExpectPairs({{u"CN", u"a"}}, original);
+  copy = original;
+  ExpectPairs({{u"CN", u"a"}}, copy);
+  const TextMap& itself = copy;
+  copy = itself;
+  ExpectPairs({{u"CN", u"a"}}, copy);
+}
+
+TEST(CollectionsMap, MovedMaps_KeepTheirPairs) {
+  TextMap original = NumberedMap(20);
+  const Text* value = original.Find(u"7");
+  TextMap moved = std::move(original);
+  EXPECT_EQ(value, moved.Find(u"7"));
+  TextMap assigned;
+  assigned = std::move(moved);
+  EXPECT_EQ(value, assigned.Find(u"7"));
+}
+
+TEST(CollectionsMap, ListsAsValues_AreCopiedInDepth) {
+  kx::Map<Text, TextList> map;
+  TextList units;
+  units.AddTail(u"a");
+  EXPECT_EQ(kCifraSuccess, map.Add(u"OU", units));
+  units.AddTail(u"b");
+  EXPECT_EQ(1u, map.Find(u"OU")->Count());
+  kx::Map<Text, TextList> copy = map;
+  copy.Find(u"OU")->AddTail(u"c");
+  EXPECT_EQ(1u, map.Find(u"OU")->Count());
+  EXPECT_EQ(2u, copy.Find(u"OU")->Count());
+}
+
+TEST(CollectionsMap, ExhaustedMemory_RaisesBadAllocAndChangesNothing) {
+  kx::Map<Text, Elusive> map;
+  Elusive::copiesLeft = 1;
+  EXPECT_EQ(kCifraSuccess, map.Add(u"a", Elusive(1)));
+  EXPECT_THROW(map.Add(u"b", Elusive(2)), std::bad_alloc);
+  EXPECT_EQ(1u, map.Count());
+  EXPECT_EQ(nullptr, map.Find(u"b"));
+  kx::Map<Text, Elusive> other;
+  EXPECT_THROW(other = map, std::bad_alloc);
+  EXPECT_EQ(0u, other.Count());
+}
+
+}  // namespace
+}  // namespace Cifra::Test

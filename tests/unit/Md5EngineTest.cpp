@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "hash/Md5Engine.h"
+#include "reference/Md5Reference.h"
+#include "support/Md5.h"
+#include "support/TestData.h"
+
+namespace Cifra::Test {
+namespace {
+
+constexpr char kEmptyDigest[] = "d41d8cd98f00b204e9800998ecf8427e";
+
+std::string HexDigest(const Bytes& message) {
+  const Bytes digest = Md5(message);
+  return ToHex(digest.data(), digest.size());
+}
+
+TEST(Md5Engine, Rfc1321Vectors_Hold) {
+  const auto vectors = ReadVectors("md5.txt");
+  EXPECT_EQ(vectors.size(), 7u);
+  for (const auto& vector : vectors) {
+    EXPECT_EQ(HexDigest(FromText(vector.at(0))), vector.at(1)) << vector.at(0);
+  }
+}
+
+TEST(Md5Engine, NoInput_GivesTheDigestOfTheEmptyMessage) { EXPECT_EQ(HexDigest({}), kEmptyDigest); }
+
+TEST(Md5Engine, MillionLettersInPiecesOfAnySize_GiveTheKnownDigest) {
+  const Bytes message(1'000'000, 'a');
+  for (const std::size_t piece : {1u, 3u, 55u, 63u, 64u, 65u, 128u, 1000u, 65'537u, 1'000'000u}) {
+    const Bytes digest = Md5InPieces(message, [piece] { return piece; });
+    EXPECT_EQ(ToHex(digest.data(), digest.size()), "7707d6ae4e027c70eea2a935c2296f21") << piece;
+  }
+}
+
+TEST(Md5Engine, EveryLengthAcrossThePadding_AgreesWithTheReference) {
+  Random random(1);
+  for (std::size_t length = 0; length <= 300; ++length) {
+    const Bytes message = random.NextBytes(length);
+    EXPECT_EQ(Md5(message), Reference::Md5(message.data(), length)) << length << " bytes";
+  }
+}
+
+TEST(Md5Engine, EverySplitOfTwoBlocks_AgreesWithTheReference) {
+  const Bytes message = Random(2).NextBytes(130);
+  const Bytes expected = Reference::Md5(message.data(), message.size());
+  for (std::size_t first = 0; first <= message.size(); ++first) {
+    for (std::size_t second = first; second <= message.size(); second += 7) {
+      std::array<std::size_t, 3> pieces = {first, second - first, message.size() - second};
+      std::size_t next = 0;
+      EXPECT_EQ(Md5InPieces(message, [&] { return pieces.at(next++); }), expected);
+    }
+  }
+}
+
+TEST(Md5Engine, RandomMessagesInRandomPieces_AgreeWithTheReference) {
+  Random random(3);
+  for (int i = 0; i < 1000; ++i) {
+    const Bytes message = random.NextBytes(random.NextLength(1000));
+    EXPECT_EQ(Md5InPieces(message, [&] { return random.Below(200); }),
+              Reference::Md5(message.data(), message.size()));
+  }
+}
+
+TEST(Md5Engine, Message_IsReadAtAnyAddress) {
+  const Bytes room = Random(4).NextBytes(300);
+  for (std::size_t offset = 0; offset < 16; ++offset) {
+    const Bytes message(room.begin() + static_cast<std::ptrdiff_t>(offset), room.end());
+    Md5Context context;
+    Md5Init(context);
+    Md5Update(context, room.data() + offset, static_cast<std::uint32_t>(message.size()));
+    EXPECT_EQ(Finish(context), Reference::Md5(message.data(), message.size()));
+  }
+}
+
+TEST(Md5Engine, NullOfNoLength_ChangesNothing) {
+  Md5Context context;
+  Md5Init(context);
+  Md5Update(context, nullptr, 0);
+  const Bytes digest = Finish(context);
+  EXPECT_EQ(ToHex(digest.data(), digest.size()), kEmptyDigest);
+}
+
+TEST(Md5Engine, Init_SetsStateAndCountAndLeavesTheBuffer) {
+  Md5Context context;
+  std::memset(&context, 0x5A, sizeof(context));
+  Md5Init(context);
+  EXPECT_EQ(context.state[0], 0x67452301u);
+  EXPECT_EQ(context.state[1], 0xEFCDAB89u);
+  EXPECT_EQ(context.state[2], 0x98BADCFEu);
+  EXPECT_EQ(context.state[3], 0x10325476u);
+  EXPECT_EQ(context.count[0], 0u);
+  EXPECT_EQ(context.count[1], 0u);
+  EXPECT_TRUE(std::all_of(std::begin(context.buffer), std::end(context.buffer),
+                          [](std::uint8_t byte) { return byte == 0x5A; }));
+}
+
+TEST(Md5Engine, Update_CarriesTheBitCountIntoItsHighWord) {
+  const Bytes message(128);
+  Md5Context context;
+  Md5Init(context);
+  context.count[0] = 0xFFFFFE00;  // a multiple of a block's 512 bits
+  Md5Update(context, message.data(), 128);
+  EXPECT_EQ(context.count[0], 0x200u);
+  EXPECT_EQ(context.count[1], 1u);
+}
+
+TEST(Md5Engine, Final_SetsTheWholeContextToZero) {
+  Md5Context context;
+  Md5Init(context);
+  const Bytes message = FromText("secret");
+  Md5Update(context, message.data(), 6);
+  Finish(context);
+  const Md5Context zero = {};
+  EXPECT_EQ(std::memcmp(&context, &zero, sizeof(zero)), 0);
+}
+
+TEST(Md5Engine, SecondFinalWithoutInit_RepeatsNeitherDigest) {
+  const Bytes message = FromText("abc");
+  Md5Context context;
+  Md5Init(context);
+  Md5Update(context, message.data(), 3);
+  const Bytes first = Finish(context);
+  const Bytes second = Finish(context);
+  EXPECT_NE(second, first);
+  EXPECT_NE(ToHex(second.data(), second.size()), kEmptyDigest);
+  // It is the digest of the empty message from a state of zeros.
+  EXPECT_EQ(Finish(context), second);
+}
+
+TEST(Md5Engine, UpdateAfterFinal_WorksFromAStateOfZeros) {
+  const Bytes message = FromText("abc");
+  Md5Context context = {};
+  Md5Update(context, message.data(), 3);
+  const Bytes fromZeros = Finish(context);
+  Md5Update(context, message.data(), 3);
+  EXPECT_EQ(Finish(context), fromZeros);
+  EXPECT_NE(fromZeros, Md5(message));
+}
+
+}  // namespace
+}  // namespace Cifra::Test
