@@ -1,0 +1,217 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "support/ChildProcess.h"
+#include "support/CifraLibrary.h"
+#include "support/CountedHeap.h"
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using test::Object;
+
+class BlowfishObject : public testing::Test {
+ protected:
+  BlowfishObject() { SetKey({0, 1, 2, 3, 4, 5, 6, 7, 8, 9}); }
+
+  void SetKey(const Bytes& key) {
+    blowfish->SetKey(key.data(), static_cast<std::int32_t>(key.size()));
+  }
+  Bytes Encrypt(const Bytes& input) {
+    Bytes output;
+    EXPECT_EQ(0u, blowfish->Encrypt(input.data(), input.size(), output));
+    return output;
+  }
+  Bytes Decrypt(const Bytes& input) {
+    Bytes output;
+    EXPECT_EQ(0u, blowfish->Decrypt(input.data(), input.size(), output));
+    return output;
+  }
+
+  Object<Cifra::IBlowfish> blowfish{Cifra::kBlowfishObjectId};
+};
+
+Bytes Counting(std::size_t length) {
+  Bytes bytes(length);
+  std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});
+  return bytes;
+}
+
+Bytes Padded(Bytes bytes) {
+  bytes.resize((bytes.size() + 7) / 8 * 8);
+  return bytes;
+}
+
+TEST_F(BlowfishObject, Encrypt_OfTheZeroBlockUnderTheZeroKey_GivesThePublishedHalvesByteReversed) {
+  SetKey(Bytes(8, 0));
+  // Published: 4EF997456198DD78.
+  EXPECT_EQ((Bytes{0x45, 0x97, 0xF9, 0x4E, 0x78, 0xDD, 0x98, 0x61}), Encrypt(Bytes(8, 0)));
+}
+
+TEST_F(BlowfishObject, Encrypt_OfNoBytes_LeavesAnEmptyOutput) {
+  Bytes output = {1, 2, 3};
+  EXPECT_EQ(0u, blowfish->Encrypt(nullptr, 0, output));
+  EXPECT_TRUE(output.empty());
+}
+
+TEST_F(BlowfishObject, Encrypt_OfOneByte_EnciphersItWithSevenZeroBytes) {
+  EXPECT_EQ(Encrypt({0x41, 0, 0, 0, 0, 0, 0, 0}), Encrypt({0x41}));
+}
+
+TEST_F(BlowfishObject, Encrypt_OfEightBytes_AddsNoPaddingBlock) {
+  EXPECT_EQ(8u, Encrypt(Counting(8)).size());
+}
+
+TEST_F(BlowfishObject, Decrypt_OfNinePaddedBytes_GivesThemBackWithSevenZeroBytes) {
+  EXPECT_EQ(Padded(Counting(9)), Decrypt(Encrypt(Counting(9))));
+}
+
+TEST_F(BlowfishObject, Encrypt_OfEqualBlocks_GivesEqualCiphertextBlocks) {
+  Bytes twice = Counting(8);
+  twice.insert(twice.end(), twice.begin(), twice.begin() + 8);
+  const Bytes encrypted = Encrypt(twice);
+  EXPECT_TRUE(std::equal(encrypted.begin(), encrypted.begin() + 8, encrypted.begin() + 8));
+}
+
+TEST_F(BlowfishObject, EveryLengthUpTo200_RoundTripsAndEqualsItsBlocksAlone) {
+  for (std::size_t length = 0; length <= 200; ++length) {
+    const Bytes plain = Counting(length);
+    const Bytes encrypted = Encrypt(plain);
+    ASSERT_EQ(Padded(plain), Decrypt(encrypted)) << length;
+    for (std::size_t at = 0; at < length; at += 8) {
+      const Bytes block(plain.begin() + static_cast<std::ptrdiff_t>(at),
+                        plain.begin() + static_cast<std::ptrdiff_t>(std::min(at + 8, length)));
+      const Bytes expected = Encrypt(block);
+      ASSERT_TRUE(std::equal(expected.begin(), expected.end(),
+                             encrypted.begin() + static_cast<std::ptrdiff_t>(at)))
+          << length << " at " << at;
+    }
+  }
+}
+
+TEST_F(BlowfishObject, Encrypt_InPlace_PadsWithZeroBytesWhateverStoodBehindTheInput) {
+  for (const std::size_t length : {1u, 7u, 8u, 9u, 17u, 100u, 4095u}) {
+    const Bytes plain = Counting(length);
+    Bytes buffer = plain;
+    buffer.resize(length + 3, 0xEE);
+    blowfish->Encrypt(buffer.data(), length, buffer);
+    EXPECT_EQ(Encrypt(plain), buffer) << length;
+  }
+}
+
+TEST_F(BlowfishObject, Encrypt_InPlaceIntoABufferThatMustGrow_DoesNotReadTheOldOne) {
+  Bytes buffer = Counting(9);
+  buffer.shrink_to_fit();
+  blowfish->Encrypt(buffer.data(), buffer.size(), buffer);
+  EXPECT_EQ(Encrypt(Counting(9)), buffer);
+}
+
+TEST_F(BlowfishObject, Decrypt_InPlace_GivesTheSameAsIntoAnotherBuffer) {
+  Bytes buffer = Encrypt(Counting(100));
+  const Bytes expected = Decrypt(buffer);
+  blowfish->Decrypt(buffer.data(), buffer.size(), buffer);
+  EXPECT_EQ(expected, buffer);
+}
+
+TEST_F(BlowfishObject, Decrypt_OfABrokenBlock_DeciphersTheWholeBlocksAndDropsTheRest) {
+  const Bytes encrypted = Encrypt(Counting(24));
+  for (std::size_t length = 0; length <= encrypted.size(); ++length) {
+    // A copy of exactly this length, so that a read beyond it leaves the allocation.
+    const Bytes cut(encrypted.begin(), encrypted.begin() + static_cast<std::ptrdiff_t>(length));
+    Bytes expected = Counting(24);
+    expected.resize(length / 8 * 8);
+    EXPECT_EQ(expected, Decrypt(cut)) << length;
+  }
+}
+
+TEST_F(BlowfishObject, Operations_ReplaceWhatTheOutputHeld) {
+  Bytes output(1000, 0xEE);
+  blowfish->Encrypt(Counting(5).data(), 5, output);
+  EXPECT_EQ(Encrypt(Counting(5)), output);
+}
+
+TEST_F(BlowfishObject, SetKey_ReplacesTheKeyCompletely) {
+  const Bytes first = Encrypt(Counting(8));
+  SetKey({42});
+  EXPECT_NE(first, Encrypt(Counting(8)));
+  SetKey({0, 1, 2, 3, 4, 5, 6, 7, 8, 9});
+  EXPECT_EQ(first, Encrypt(Counting(8)));
+}
+
+TEST_F(BlowfishObject, SetKey_OfOneByte_EqualsThatByteRepeated) {
+  SetKey({0x5A});
+  const Bytes one = Encrypt(Counting(8));
+  SetKey(Bytes(56, 0x5A));
+  EXPECT_EQ(one, Encrypt(Counting(8)));
+}
+
+TEST_F(BlowfishObject, SetKey_UsesTheFirst72Bytes) {
+  SetKey(Counting(72));
+  const Bytes with72 = Encrypt(Counting(8));
+  SetKey(Counting(73));
+  EXPECT_EQ(with72, Encrypt(Counting(8)));
+  SetKey(Counting(71));
+  EXPECT_NE(with72, Encrypt(Counting(8)));
+}
+
+TEST_F(BlowfishObject, RandomMessages_RoundTripUnderKeysOfEveryLength) {
+  std::mt19937 random(20240229);
+  for (std::size_t keyLength = 1; keyLength <= 56; ++keyLength) {
+    Bytes key(keyLength);
+    std::generate(key.begin(), key.end(), [&] { return static_cast<std::uint8_t>(random()); });
+    SetKey(key);
+    Bytes plain(random() % 1000);
+    std::generate(plain.begin(), plain.end(), [&] { return static_cast<std::uint8_t>(random()); });
+    ASSERT_EQ(Padded(plain), Decrypt(Encrypt(plain))) << keyLength;
+  }
+}
+
+TEST_F(BlowfishObject, Encrypt_IntoAnOutputThatCannotGrow_ThrowsAndKeepsItsContent) {
+  Bytes output = {1, 2, 3};
+  EXPECT_ANY_THROW(blowfish->Encrypt(nullptr, ~std::uint64_t{0} / 2, output));
+  EXPECT_EQ((Bytes{1, 2, 3}), output);
+}
+
+// Watches every block that the library frees for a byte that is not zero.
+std::size_t unwipedTables = 0;
+void FreeWatched(void* block) {
+  const std::size_t size = block ? _msize(block) : 0;
+  if (size == 4096 || size == 72) {
+    const auto* bytes = static_cast<const std::uint8_t*>(block);
+    unwipedTables += std::any_of(bytes, bytes + size, [](std::uint8_t byte) { return byte != 0; });
+    unwipedTables += 1000;
+  }
+  std::free(block);
+}
+
+TEST_F(BlowfishObject, Destruction_WipesBothTablesBeforeTheirMemoryIsFreed) {
+  const test::ImportPatch patch(test::Library().Module(), "free", &FreeWatched);
+  unwipedTables = 0;
+  {
+    const Object<Cifra::IBlowfish> doomed(Cifra::kBlowfishObjectId);
+    doomed->SetKey(Counting(56).data(), 56);
+  }
+  EXPECT_EQ(2000u, unwipedTables) << "two tables freed, none of them holding the key";
+}
+
+const test::ChildAction kSetKeyOfLength(L"SetKeyOfLength", [](const auto& arguments) {
+  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const std::uint8_t key[4] = {1, 2, 3, 4};
+  blowfish->SetKey(key, std::stoi(arguments[0]));
+  return 0;
+});
+
+TEST_F(BlowfishObject, SetKey_OfNoOrNegativeLength_EndsTheProcessSilently) {
+  for (const wchar_t* length : {L"0", L"-1", L"-2147483648"}) {
+    const test::ChildResult child = test::RunChild(L"SetKeyOfLength", {length});
+    EXPECT_EQ(test::kFailFast, child.exitCode) << length;
+    EXPECT_EQ("", child.output) << length;
+  }
+  EXPECT_EQ(0u, test::RunChild(L"SetKeyOfLength", {L"4"}).exitCode);
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "support/ChildProcess.h"
+#include "support/CifraLibrary.h"
+#include "support/ImportPatch.h"
+#include "support/ProgramArguments.h"
+#include "support/TempDirectory.h"
+
+// Where the library looks for its own file. Each test lays files out in directories of its own and
+// runs a copy of this program there as the host.
+namespace {
+
+namespace fs = std::filesystem;
+using test::ChildResult;
+using test::ImportPatch;
+using test::Library;
+
+// What the library under test asked of the system loader, in order.
+std::vector<std::string> loaderCalls;
+
+std::string Utf8(const wchar_t* text) {
+  char buffer[2048] = {};
+  WideCharToMultiByte(CP_UTF8, 0, text, -1, buffer, sizeof(buffer), nullptr, nullptr);
+  return buffer;
+}
+
+HMODULE WINAPI RecordLoad(LPCWSTR file, HANDLE reserved, DWORD flags) {
+  char flagsText[16];
+  std::snprintf(flagsText, sizeof(flagsText), "%lx ", flags);
+  loaderCalls.push_back("load " + (flagsText + Utf8(file)));
+  return LoadLibraryExW(file, reserved, flags);
+}
+
+// The host: loads the library from the file given, encodes a text with it, and prints the result,
+// the text and every load that the library tried, a line each.
+const test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arguments) {
+  test::CifraLibrary library(arguments[0]);
+  const ImportPatch patch(library.Module(), "LoadLibraryExW", &RecordLoad);
+  char text[64] = "";
+  const std::uint32_t result = library.blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  std::printf("%u %s\n", static_cast<unsigned>(result), text);
+  for (const std::string& call : loaderCalls) {
+    std::printf("%s\n", call.c_str());
+  }
+  return 0;
+});
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::string line;
+  for (const char character : text) {
+    if (character == '\n') {
+      lines.push_back(line);
+      line.clear();
+    } else if (character != '\r') {
+      line += character;
+    }
+  }
+  return lines;
+}
+
+constexpr char kFound[] = "0 lBtnttaLccY=";
+constexpr char kNotFound[] = "1168 ";
+
+class ModuleLoader : public testing::Test {
+ protected:
+  ModuleLoader() : host(directory / L"host" / L"host.exe"), library(directory / L"library") {
+    fs::create_directories(host.parent_path());
+    fs::create_directories(library);
+    fs::copy_file(test::ProgramFile(), host);
+  }
+
+  fs::path PutLibrary(const fs::path& file) {
+    fs::copy_file(test::CifraLibrary::FileUnderTest(), file);
+    return file;
+  }
+  void PutStandIn(const wchar_t* name, const fs::path& file) {
+    fs::copy_file(test::ProgramFile().parent_path() / name, file);
+  }
+  std::vector<std::string> Encode(const fs::path& loadedFrom) {
+    const ChildResult child = test::RunChild(L"EncodeAsHost", {loadedFrom.wstring()}, host);
+    EXPECT_EQ(0u, child.exitCode) << child.output;
+    return Lines(child.output);
+  }
+  static std::string Load(const fs::path& file) { return "load 1100 " + Utf8(file.c_str()); }
+
+  test::TempDirectory directory;
+  const fs::path host;
+  const fs::path library;
+};
+
+TEST_F(ModuleLoader, LibraryBesideTheHost_IsFoundAndItsOwnDirectoryIsNotConsulted) {
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  const fs::path besideHost = PutLibrary(host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(own);
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ(kFound, lines[0]);
+  EXPECT_EQ(Load(besideHost), lines[1]);
+}
+
+TEST_F(ModuleLoader, LibraryOnlyInItsOwnDirectory_IsFoundThereAfterTheHostsDirectory) {
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  const fs::path besideHost = host.parent_path() / L"Cifra.dll";
+  // The function loads the combined object's library, and that object those of its two parts.
+  const std::vector<std::string> expected = {kFound,           Load(besideHost), Load(own),
+                                             Load(besideHost), Load(own),        Load(besideHost),
+                                             Load(own)};
+  EXPECT_EQ(expected, Encode(own));
+}
+
+TEST_F(ModuleLoader, AnotherLibraryOfThatNameBesideTheHost_IsTakenInsteadOfTheRunningOne) {
+  PutStandIn(L"OtherCifra.dll", host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(PutLibrary(library / L"Cifra.dll"));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ("0 made by another library", lines[0]);
+}
+
+TEST_F(ModuleLoader, LibraryWithoutAFactoryExport_GivesNotFoundAndIsFreed) {
+  PutStandIn(L"OtherCifraWithoutDestroy.dll", host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(PutLibrary(library / L"Cifra.dll"));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ(kNotFound, lines[0]);
+}
+
+TEST_F(ModuleLoader, FileThatIsNoLibraryBesideTheHost_LeavesTheOneInItsOwnDirectory) {
+  std::ofstream(host.parent_path() / L"Cifra.dll") << "no library";
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  EXPECT_EQ(kFound, Encode(own).front());
+}
+
+TEST_F(ModuleLoader, NoLibraryOfThatName_GivesNotFound) {
+  const fs::path renamed = PutLibrary(library / L"Renamed.dll");
+  const std::vector<std::string> expected = {kNotFound, Load(host.parent_path() / L"Cifra.dll"),
+                                             Load(library / L"Cifra.dll")};
+  EXPECT_EQ(expected, Encode(renamed));
+}
+
+TEST_F(ModuleLoader, LibraryInADirectoryWithOtherThanAsciiCharacters_IsFound) {
+  const fs::path own = library / L"\u0416\u00E9 \u20AC";
+  fs::create_directories(own);
+  EXPECT_EQ(kFound, Encode(PutLibrary(own / L"Cifra.dll")).front());
+}
+
+TEST_F(ModuleLoader, LibraryUnderAPathOfMoreThan260Characters_IsNotFoundBesideItself) {
+  // Paths of that length need the prefix that turns the length limit off.
+  const std::wstring longName(120, L'd');
+  const fs::path deep = L"\\\\?\\" + (library / longName / longName).wstring();
+  CreateDirectoryW(deep.parent_path().c_str(), nullptr);
+  ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
+  const fs::path own = deep / L"Cifra.dll";
+  ASSERT_GT(own.wstring().size(), 264u);
+  ASSERT_TRUE(CopyFileW(test::CifraLibrary::FileUnderTest().c_str(), own.c_str(), TRUE));
+  EXPECT_EQ(kNotFound, Encode(own).front());
+  PutLibrary(host.parent_path() / L"Cifra.dll");
+  EXPECT_EQ(kFound, Encode(own).front());
+  DeleteFileW(own.c_str());
+}
+
+// The tests below watch the library in this process: what it asks for, and in which order.
+
+std::vector<std::string> calls;
+DWORD loadFlags = 0;
+KxDestroyObjectFunction* realDestroy = nullptr;
+
+HMODULE WINAPI RecordFlags(LPCWSTR file, HANDLE reserved, DWORD flags) {
+  loadFlags = flags;
+  // The flags of older systems find the file as well.
+  return LoadLibraryExW(file, reserved, flags);
+}
+
+FARPROC WINAPI OnAnOlderSystem(HMODULE module, LPCSTR name) {
+  return std::string(name) == "SetDefaultDllDirectories" ? nullptr : GetProcAddress(module, name);
+}
+
+TEST(ModuleLoaderFlags, KnowTheSafeSearch_OnSystemsThatHaveIt) {
+  const ImportPatch patch(Library().Module(), "LoadLibraryExW", &RecordFlags);
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(0x1100u, loadFlags);
+}
+
+TEST(ModuleLoaderFlags, AlterTheSearchPath_OnSystemsWithoutSetDefaultDllDirectories) {
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordFlags);
+  const ImportPatch find(Library().Module(), "GetProcAddress", &OnAnOlderSystem);
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(0x8u, loadFlags);
+}
+
+void RecordDestroy(const wchar_t* objectId, IKxBaseInterface* object) {
+  calls.push_back("destroy " + Utf8(objectId));
+  realDestroy(objectId, object);
+}
+
+FARPROC WINAPI FindRecorded(HMODULE module, LPCSTR name) {
+  const FARPROC found = GetProcAddress(module, name);
+  return std::string(name) == "KxDestroyObject"
+             ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RecordDestroy))
+             : found;
+}
+
+BOOL WINAPI RecordFree(HMODULE module) {
+  calls.push_back("free");
+  return FreeLibrary(module);
+}
+
+TEST(ModuleLoaderRelease, OfAnObject_DestroysItUnderItsIdentifierAndThenFreesTheLibrary) {
+  realDestroy = Library().destroyObject;
+  const test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const ImportPatch find(Library().Module(), "GetProcAddress", &FindRecorded);
+  const ImportPatch free(Library().Module(), "FreeLibrary", &RecordFree);
+  calls.clear();
+  char text[64];
+  Library().blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  const std::vector<std::string> expected = {"destroy Cifra.BowfishAndBase64",
+                                             "destroy Cifra.Base64",
+                                             "free",
+                                             "destroy Cifra.Blowfish",
+                                             "free",
+                                             "free"};
+  EXPECT_EQ(expected, calls);
+}
+
+}  // namespace

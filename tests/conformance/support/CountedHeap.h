@@ -1,0 +1,29 @@
+#pragma once
+
+#include "CifraLibrary.h"
+#include "ImportPatch.h"
+
+namespace test {
+
+// CountedHeap counts the memory blocks that the library holds, by standing between it and the C
+// runtime's heap, and lets an allocation of the calling thread fail on order. One at a time.
+class CountedHeap {
+ public:
+  explicit CountedHeap(HMODULE module = Library().Module());
+  ~CountedHeap();
+
+  // Blocks allocated and not yet freed since this object was made.
+  long LiveBlocks() const;
+
+  // The next allocations of this thread: `succeeding` get memory, then one gets none.
+  void FailAfter(int succeeding);
+  void FailNever();
+
+ private:
+  ImportPatch allocate;
+  ImportPatch allocateZeroed;
+  ImportPatch reallocate;
+  ImportPatch free;
+};
+
+}  // namespace test

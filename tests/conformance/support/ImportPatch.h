@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+namespace test {
+
+// ImportPatch replaces one function that a loaded module imports, for as long as it lives: the
+// module itself is unchanged, but its calls come to the test.
+class ImportPatch {
+ public:
+  template <typename Function>
+  ImportPatch(HMODULE module, const char* functionName, Function* replacement)
+      : slot(FindSlot(module, functionName)), original(*slot) {
+    Write(reinterpret_cast<void*>(replacement));
+  }
+  ~ImportPatch() { Write(original); }
+  ImportPatch(const ImportPatch&) = delete;
+  ImportPatch& operator=(const ImportPatch&) = delete;
+
+  static bool IsImported(HMODULE module, const char* functionName);
+
+ private:
+  // Ends the program with a message when the module does not import the function.
+  static void** FindSlot(HMODULE module, const char* functionName);
+  void Write(void* function) const;
+
+  void** slot;
+  void* original;
+};
+
+}  // namespace test

@@ -1,0 +1,9 @@
+#include <gtest/gtest.h>
+
+#include "ChildProcess.h"
+
+int main(int argc, char** argv) {
+  test::ChildAction::RunIfAsked();
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace test {
+
+// The rest of the program's argument that begins with prefix; empty when there is none.
+std::wstring ProgramArgument(const std::wstring& prefix);
+
+// The path of the running program.
+std::filesystem::path ProgramFile();
+
+}  // namespace test

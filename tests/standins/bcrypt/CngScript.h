@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+// The bcrypt.dll of the tests: a hashing service that fails on order, records every call and counts
+// what is open. It hashes nothing: every digest is the bytes 1, 2, 3 ...
+namespace test {
+
+struct CngScript {
+  const char* failingCall = nullptr;  // the export that fails, or null
+  std::int32_t status = 0;            // with this status
+  int openAlgorithms = 0;
+  int openHashes = 0;
+};
+
+// What the operations return for a handle that is null, closed or finished, as CNG does.
+inline constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0000008);
+
+// The exports by which a test directs the stand-in. CngCalls gives the calls since it was last
+// asked, a line each: the name and the arguments, handles as "algorithm", "hash" or "null".
+using CngScriptFunction = CngScript*();
+using CngCallsFunction = const char*();
+inline constexpr char kCngScript[] = "CngScript";
+inline constexpr char kCngCalls[] = "CngCalls";
+
+}  // namespace test

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+namespace test {
+
+// LogCall is a call of one of the recording log.dll's exports. What an export does not take is null
+// or 0.
+struct LogCall {
+  const char* exportName;
+  // LogWrite
+  std::int32_t depthChange;
+  std::uint32_t level;
+  HMODULE writer;
+  const wchar_t* function;
+  const wchar_t* format;
+  const wchar_t* text;  // the format with its arguments filled in
+  // LogRemoveModule
+  const char* caller;
+};
+
+// The recording log.dll is unloaded before a test looks at the record, so it keeps none: every call
+// goes to the program, which exports a function of this type and name. A program without it gets no
+// record.
+using RecordLogCallFunction = void(const LogCall* call);
+inline constexpr char kRecordLogCall[] = "RecordLogCall";
+
+}  // namespace test

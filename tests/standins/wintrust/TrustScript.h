@@ -1,0 +1,112 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "TrustPlayer.h"
+
+namespace test {
+
+// A signature as the scripted trust service knows it.
+struct ScriptedSignature {
+  struct CounterSigner {
+    DWORD type = SGNR_TYPE_TIMESTAMP;
+    FILETIME time{};
+    bool isMissing = false;  // counted, but not given out
+  };
+
+  // The verdicts at the first attempt, the second ...; the last one holds for all further attempts.
+  std::vector<LONG> results = {0};
+  bool hasProviderData = true;
+  bool hasSigner = true;
+  bool hasCertificate = true;
+  std::vector<BYTE> issuer;  // encoded names, see EncodedName
+  std::vector<BYTE> subject;
+  std::vector<BYTE> serial;  // least significant byte first
+  std::vector<CounterSigner> counterSigners;
+};
+
+// The records of a call of WinVerifyTrust, laid out as Windows 8 and later have them.
+struct TrustSettingsRecord {
+  DWORD cbStruct;
+  DWORD dwIndex;
+  DWORD dwFlags;
+  DWORD cSecondarySigs;
+  DWORD dwVerifiedSigIndex;
+  void* pCryptoPolicy;
+};
+static_assert(sizeof(TrustSettingsRecord) == 32);
+
+struct TrustDataRecord {
+  DWORD cbStruct;
+  void* pPolicyCallbackData;
+  void* pSIPClientData;
+  DWORD dwUIChoice;
+  DWORD fdwRevocationChecks;
+  DWORD dwUnionChoice;
+  const WINTRUST_FILE_INFO* pFile;
+  DWORD dwStateAction;
+  HANDLE hWVTStateData;
+  wchar_t* pwszURLReference;
+  DWORD dwProvFlags;
+  DWORD dwUIContext;
+  TrustSettingsRecord* pSignatureSettings;
+};
+static_assert(sizeof(TrustDataRecord) == 88);
+
+// One call of WinVerifyTrust with everything it was given.
+struct VerifyCall {
+  HWND window;
+  GUID action;
+  TrustDataRecord data;
+  WINTRUST_FILE_INFO file;
+  std::wstring path;
+  bool fileIsOpen;  // the handle is that of an open file
+  TrustSettingsRecord settings;
+};
+
+// TrustScript plays a file's signatures to the library under test by way of the stand-in
+// wintrust.dll, which must be the one that is loaded.
+class TrustScript final : public ITrustPlayer {
+ public:
+  TrustScript();
+  ~TrustScript();
+
+  // Plays these signatures from now on, primary one first; forgets the calls so far.
+  void Play(std::vector<ScriptedSignature> newSignatures);
+  // Takes the settings out of the request when it is verified, as no service should.
+  void ClearSettingsAtVerify() { clearsSettings = true; }
+
+  const std::vector<VerifyCall>& VerifyCalls() const { return verifyCalls; }
+  // All calls, and what the test added, in one order.
+  std::vector<std::string>& Events() { return events; }
+  // Verified signatures whose state was not closed again.
+  std::size_t OpenStates() const { return states.size(); }
+
+  // The context of the current certificate.
+  const CERT_CONTEXT* CurrentCertificate() const;
+
+  LONG Verify(HWND window, const GUID* action, void* data) override;
+  CRYPT_PROVIDER_DATA* ProviderData(HANDLE state) override;
+  CRYPT_PROVIDER_SGNR* Signer(CRYPT_PROVIDER_DATA* provider, DWORD index, BOOL isCounterSigner,
+                              DWORD counterSignerIndex) override;
+  CRYPT_PROVIDER_CERT* Certificate(CRYPT_PROVIDER_SGNR* signer, DWORD index) override;
+
+ private:
+  struct State;
+
+  State* Find(const void* part) const;
+
+  std::vector<ScriptedSignature> signatures;
+  std::vector<std::size_t> attempts;
+  std::vector<VerifyCall> verifyCalls;
+  std::vector<std::string> events;
+  std::vector<std::unique_ptr<State>> states;
+  bool clearsSettings = false;
+};
+
+// A distinguished name, such as L"CN=A, O=\"B, C\"", as a certificate holds it.
+std::vector<BYTE> EncodedName(const std::wstring& name);
+
+}  // namespace test
