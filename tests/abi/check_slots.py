@@ -1,0 +1,96 @@
+#!/usr/bin/env python3
+"""Compares the virtual tables that the compiler lays out for the public interfaces, under the
+Itanium C++ ABI (windows-gnu) and the Microsoft one (windows-msvc), with the slots in slots.txt.
+
+Needs no Microsoft software: Clang compiles in both modes with libc++ and Wine's headers (Debian
+packages clang-19, libc++-19-dev, libwine-dev)."""
+
+import argparse
+import pathlib
+import re
+import subprocess
+import sys
+
+TARGETS = [f"{cpu}-{system}" for cpu in ("aarch64", "x86_64") for system in ("w64-windows-gnu", "pc-windows-msvc")]
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+
+
+def expected_tables():
+    """Returns {class: [the slots it may have]}: a base shared by several interfaces has several."""
+    tables, slots = {}, None
+    for line in (HERE / "slots.txt").read_text().splitlines():
+        if not line or line.startswith("#"):
+            continue
+        if line.startswith(" "):
+            slots.append(line.strip())
+        else:
+            slots = []
+            for name in line.replace(" : ", " ").split():
+                tables.setdefault(name, []).append(slots)
+    return tables
+
+
+def compiler_output(clang, wine_headers, target):
+    resources = pathlib.Path(
+        subprocess.run([clang, "-print-resource-dir"], check=True, capture_output=True, text=True).stdout.strip())
+    libcxx = resources.parents[2] / "include/c++/v1"
+    systems = [libcxx, resources / "include", HERE / "msvc-headers", wine_headers / "msvcrt", wine_headers / "windows"]
+    for path in systems:
+        if not path.is_dir():
+            sys.exit(f"missing: {path} (packages clang-19, libc++-19-dev, libwine-dev)")
+    command = [clang, f"--target={target}", "-std=c++20", "-nostdinc"]
+    for path in systems:
+        command += ["-isystem", path]
+    # What libc++ would need a complete Microsoft C library for is left out; no header uses it.
+    command += [
+        "-D_UCRT", "-D_LIBCPP_NO_VCRUNTIME", "-D_LIBCPP_HAS_NO_LOCALIZATION", "-D_LIBCPP_HAS_NO_THREADS",
+        "-D_LIBCPP_HAS_NO_MONOTONIC_CLOCK", "-Wall", "-Wextra", "-Werror", "-I", ROOT / "include", "-I", ROOT / "src",
+        "-S", "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts", HERE / "Interfaces.cpp"]
+    run = subprocess.run(command, capture_output=True, text=True)
+    if run.returncode != 0:
+        sys.exit(f"{target}: Interfaces.cpp does not compile\n{run.stderr}")
+    return run.stdout
+
+
+def slot_of(entry):
+    """Reduces the compiler's line to the operation; None where a destructor has a second entry."""
+    if "~" in entry:
+        return None if "[complete]" in entry else "destructor"
+    return "".join(part or "" for part in re.search(r"(\w+\()(.*)(\))( const)?", entry).groups())
+
+
+def printed_tables(output):
+    for block in re.findall(r"^VF?Table for .*(?:\n .*)*", output, re.M | re.I):
+        title, *lines = block.splitlines()
+        entries = [match[1] for line in lines if (match := re.match(r"\s*\d+ \| (.*\(.*)", line))]
+        entries = [entry for entry in entries if not entry.startswith("offset_to_top")]
+        yield re.findall(r"'(.*?)'", title)[-1], [slot for entry in entries if (slot := slot_of(entry))]
+
+
+def check(target, output, expected):
+    seen, errors = set(), []
+    for name, slots in printed_tables(output):
+        seen.add(name)
+        if name not in expected:
+            errors.append(f"{target}: {name} is not in slots.txt")
+        elif slots not in expected[name]:
+            errors.append(f"{target}: {name} has {slots}, expected {expected[name]}")
+    return errors + [f"{target}: no table printed for {name}" for name in expected.keys() - seen]
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--clang", default="clang-19")
+    parser.add_argument("--wine-headers", type=pathlib.Path, default="/usr/include/wine/wine")
+    arguments = parser.parse_args()
+    expected = expected_tables()
+    errors = []
+    for target in TARGETS:
+        errors += check(target, compiler_output(arguments.clang, arguments.wine_headers, target), expected)
+    print("\n".join(errors) or f"{len(expected)} classes have the expected slots on {', '.join(TARGETS)}")
+    return 1 if errors else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,81 @@
+"""The client as its users call it: the shipped program, through the emulator where it needs one.
+
+CIFRA_PROGRAM is the client's path; CIFRA_RUNNER, a list separated by semicolons, comes before it.
+"""
+
+import os
+import pathlib
+import subprocess
+
+import pytest
+
+ENCODING = "utf-8"
+
+
+class Result:
+    """What a run left behind, as bytes and as text."""
+
+    def __init__(self, process):
+        self.code = process.returncode
+        self.bytes = process.stdout
+        self.error = process.stderr.decode(ENCODING)
+
+    @property
+    def text(self):
+        return self.bytes.decode(ENCODING)
+
+
+class Client:
+    """Runs the client in one folder."""
+
+    def __init__(self, folder, program):
+        self.folder = folder
+        self.program = program
+        self.runner = [part for part in os.environ.get("CIFRA_RUNNER", "").split(";") if part]
+
+    def __call__(self, *arguments, stdin=b"", env=None):
+        process = subprocess.run(
+            [*self.runner, str(self.program), *map(str, arguments)],
+            input=stdin,
+            capture_output=True,
+            cwd=self.folder,
+            env={**os.environ, **(env or {})},
+            timeout=240,
+            check=False,
+        )
+        return Result(process)
+
+    def succeed(self, *arguments, **options):
+        """Runs, and fails the test unless the program succeeds in silence on standard error."""
+        result = self(*arguments, **options)
+        assert (result.code, result.error) == (0, "")
+        return result
+
+    def write(self, name, content):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content if isinstance(content, bytes) else content.encode(ENCODING))
+        return path
+
+    def read(self, name):
+        return (self.folder / name).read_bytes()
+
+    def names(self):
+        return sorted(path.name for path in self.folder.iterdir())
+
+
+@pytest.fixture
+def program():
+    return pathlib.Path(os.environ["CIFRA_PROGRAM"])
+
+
+@pytest.fixture
+def cifra(tmp_path, program):
+    return Client(tmp_path, program)
+
+
+@pytest.fixture
+def keyed(cifra):
+    """A client with a key file beside it, outside of what the tests list."""
+    cifra.write("my.key", "secret")
+    return cifra

@@ -1,0 +1,107 @@
+"""The program as a whole: help, versions, usage errors, a missing or broken library."""
+
+import re
+import shutil
+
+import pytest
+
+from conftest import Client
+
+COMMANDS = ["encrypt", "decrypt", "base64", "hash", "verify", "version"]
+
+
+def test_help_lists_the_commands(cifra):
+    result = cifra.succeed("--help")
+    assert [command for command in COMMANDS if f"\n  {command} " in result.text] == COMMANDS
+    assert "Exit codes" in result.text
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+def test_each_command_explains_itself_on_a_screen_of_80_columns(cifra, command):
+    for option in ("--help", "-h"):
+        text = cifra.succeed(command, option).text
+        assert f"cifra {command}" in text
+        assert max(map(len, text.splitlines())) <= 80
+    if command != "version":
+        assert "Examples:" in text
+
+
+def test_versions(cifra):
+    assert re.fullmatch(r"cifra \d+\.\d+\.\d+\n", cifra.succeed("--version").text)
+    text = cifra.succeed("version").text
+    versions = re.findall(r"^(cifra|Cifra\.dll) +(\d+\.\d+\.\d+) \((.+)\)$", text, re.MULTILINE)
+    assert [name for name, _, _ in versions] == ["cifra", "Cifra.dll"]
+    assert versions[0][1] == versions[1][1]
+    assert versions[1][2].endswith("Cifra.dll")
+
+
+@pytest.mark.parametrize(
+    "arguments, word",
+    [
+        ([], "no command"),
+        (["nonsense"], "nonsense"),
+        (["--nonsense"], "--nonsense"),
+        (["encrypt", "--nonsense"], "--nonsense"),
+        (["encrypt", "a", "b"], "b"),
+        (["encrypt", "--key-file"], "--key-file"),
+        (["encrypt", "--key-file", "a", "--key-env", "b", "text"], "--key-env"),
+        (["encrypt", "text", "--input", "file"], "--input"),
+        (["encrypt", "text", "--file", "file"], "--file"),
+        (["decrypt", "--length", "many", "--file", "x"], "many"),
+        (["decrypt", "--length", "-1", "--file", "x"], "-1"),
+        (["decrypt", "--length", "3", "text"], "--file"),
+        (["encrypt", "--key-file", "", "text"], "--key-file"),
+        (["encrypt", "--file", ""], "--file"),
+        (["encrypt", "text", "--output", ""], "--output"),
+        (["hash", "-a", "sha1"], "sha1"),
+        (["hash", "--format", "xml"], "xml"),
+        (["hash", "--quiet", "x"], "--check"),
+        (["hash", "--check", "--tag", "x"], "--tag"),
+        (["hash", "--expect", "xyz", "x"], "xyz"),
+        (["hash", "-a", "md5", "--expect", "0" * 64, "x"], "MD5"),
+        (["verify"], "FILE"),
+        (["version", "more"], "more"),
+    ],
+)
+def test_nonsense_is_wrong_usage_and_the_message_names_it(cifra, arguments, word):
+    result = cifra(*arguments)
+    assert (result.code, result.bytes) == (2, b"")
+    assert word in result.error
+    assert result.error.startswith("cifra: ")
+
+
+def copied_client(program, folder):
+    folder.mkdir()
+    shutil.copy(program, folder)
+    return Client(folder, folder / program.name)
+
+
+def test_without_its_library_it_says_which_file_is_missing(program, tmp_path):
+    alone = copied_client(program, tmp_path / "alone")
+    result = alone("base64", "text")
+    assert result.code == 7
+    assert "alone\\Cifra.dll" in result.error
+    assert alone.succeed("--help").text
+    assert alone.succeed("--version").text
+
+
+def test_a_broken_library_is_told_from_a_missing_one(program, tmp_path):
+    broken = copied_client(program, tmp_path / "broken")
+    broken.write("Cifra.dll", "this is no library")
+    result = broken("base64", "text")
+    assert result.code == 7
+    assert "cannot load" in result.error
+
+
+def test_a_library_that_is_another_one_is_refused(program, tmp_path):
+    other = copied_client(program, tmp_path / "other")
+    shutil.copy(program.parent / "OtherCifraWithoutDestroy.dll", other.folder / "Cifra.dll")
+    result = other("base64", "text")
+    assert result.code == 7
+    assert "KxDestroyObject" in result.error
+
+
+def test_the_library_is_taken_from_the_programs_folder_only(program, tmp_path, cifra):
+    alone = copied_client(program, tmp_path / "alone")
+    alone.folder = program.parent  # where a Cifra.dll is
+    assert alone("base64", "text").code == 7
