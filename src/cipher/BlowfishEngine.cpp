@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cipher/BlowfishTables.h"
+#include "foundation/AlwaysInline.h"
 #include "foundation/ByteOrder.h"
 #include "foundation/Fatal.h"
 #include "foundation/Opaque.h"
@@ -25,11 +26,7 @@ constexpr std::size_t kPairs = kPWords / 2;
 
 // Blocks that are worked on at once: as many as there are registers for their states. A round is a
 // chain of about a dozen cycles' latency, and only independent blocks can fill them.
-#if defined(__aarch64__) || defined(_M_ARM64)
-constexpr std::size_t kWidth = 6;
-#else
 constexpr std::size_t kWidth = 8;
-#endif
 
 enum class Direction { kEncipher, kDecipher };
 
@@ -60,7 +57,7 @@ std::uint64_t Pair(const std::uint32_t* p, std::size_t number) {
 
 // One round. The state holds the half that goes through F in its low word and the other one in its
 // high word; F goes into that one, and the halves change places.
-inline std::uint64_t Round(std::uint64_t state, const Boxes& boxes) {
+KX_ALWAYS_INLINE std::uint64_t Round(std::uint64_t state, const Boxes& boxes) {
 #if defined(__x86_64__) && defined(__GNUC__)
   // Compilers take the second and fourth byte with a shift and a mask and schedule the blocks into
   // each other until states are spilled; the registers with an addressable second byte make it one
@@ -92,6 +89,14 @@ inline std::uint64_t Round(std::uint64_t state, const Boxes& boxes) {
 #endif
 }
 
+// Inlined by force: the states are in registers only where no call gets in between.
+template <std::size_t kCount>
+KX_ALWAYS_INLINE void RunRound(std::uint64_t (&states)[kCount], const Boxes& boxes) {
+  for (std::uint64_t& state : states) {
+    state = Round(state, boxes);
+  }
+}
+
 // Ciphers kCount neighbouring blocks at once. Where a block comes from and goes to memory it is
 // opaque, lest GCC moves the states into vector registers and back.
 template <Direction kDirection, std::size_t kCount>
@@ -106,11 +111,8 @@ void CipherGroup(const std::uint32_t* p, const Boxes& boxes, const std::uint8_t*
     for (std::uint64_t& state : states) {
       state ^= pair;
     }
-    for (int round = 0; round < 2; ++round) {
-      for (std::uint64_t& state : states) {
-        state = Round(state, boxes);
-      }
-    }
+    RunRound(states, boxes);
+    RunRound(states, boxes);
   }
   const std::uint64_t pair = Pair<kDirection>(p, kPairs - 1);
   for (std::size_t i = 0; i < kCount; ++i) {

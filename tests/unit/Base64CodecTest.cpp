@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "cipher/Base64Codec.h"
+#include "cipher/Base64Kernel.h"
 #include "reference/Base64Reference.h"
 #include "support/Base64.h"
 #include "support/TestData.h"
@@ -82,21 +83,37 @@ TEST(Base64Codec, BitsLeftOver_AreIgnored) {
 
 TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
   Random random(2);
-  for (std::size_t length = 0; length <= kLongestMessage; ++length) {
-    const Bytes message = random.NextBytes(length);
-    for (const bool addPadding : {false, true}) {
-      const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
-      std::string room(textLength + 64, '#');
-      Base64Codec::Encode(message.data(), length, room.data() + 32, addPadding);
-      EXPECT_EQ(room.substr(0, 32), std::string(32, '#'));
-      EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#'));
+  for (const Base64Codec::Kernel& kernel : Base64Codec::Kernels()) {
+    if (!kernel.isUsable()) {
+      continue;
     }
-    const std::string text = Reference::Base64Encode(message, false);
-    Bytes room(length + 64, '#');
-    EXPECT_TRUE(Base64Codec::Decode(text.data(), text.size(), room.data() + 32));
-    EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#'));
-    EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#'));
+    for (std::size_t length = 0; length <= kLongestMessage; ++length) {
+      const Bytes message = random.NextBytes(length);
+      for (const bool addPadding : {false, true}) {
+        const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
+        std::string room(textLength + 64, '#');
+        Base64Codec::EncodeWith(kernel, message.data(), length, room.data() + 32, addPadding);
+        EXPECT_EQ(room.substr(0, 32), std::string(32, '#')) << kernel.name;
+        EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#')) << kernel.name;
+      }
+      const std::string text = Reference::Base64Encode(message, false);
+      Bytes room(length + 64, '#');
+      EXPECT_TRUE(Base64Codec::DecodeWith(kernel, text.data(), text.size(), room.data() + 32));
+      EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#')) << kernel.name;
+      EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#')) << kernel.name;
+    }
   }
+}
+
+TEST(Base64Codec, TheKernelOfThisProcessor_GivesWhatAllGive) {
+  const Bytes message = FromText("any bytes, longer than what one step of a kernel takes at once");
+  std::string text(Base64Codec::EncodedLength(message.size(), true), '\0');
+  Base64Codec::Encode(message.data(), message.size(), text.data(), true);
+  EXPECT_EQ(text, Encode(message, true));
+  const std::string whole = text.substr(0, message.size() / 3 * 4);
+  Bytes decoded(whole.size() / 4 * 3);
+  EXPECT_TRUE(Base64Codec::Decode(whole.data(), whole.size(), decoded.data()));
+  EXPECT_EQ(decoded, Bytes(message.begin(), message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)));
 }
 
 }  // namespace

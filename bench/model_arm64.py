@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+"""Models the speed of the engines' hot loops on ARM64, where nothing can be timed: compiles them as
+the arm64 build does, and has llvm-mca calculate what the compiler's output takes on two processors.
+
+Prints a table, or with --json the figures. Needs a configured build/arm64 (cmake --preset arm64)."""
+
+import argparse
+import json
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+import tempfile
+from typing import NamedTuple
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PROCESSORS = {"N1": "neoverse-n1", "V2": "neoverse-v2"}
+REPETITIONS = 50
+
+
+class Loop(NamedTuple):
+    """A loop, and what one turn of it does."""
+
+    name: str
+    source: str
+    function: str  # begins the demangled name
+    data_bytes: int
+    rounds: int  # of a block, or steps; 1 where a turn has no parts
+    blocks: int = 1
+    # A loop that a call runs through only so many times is modelled with the code around it, and the
+    # data is that of the whole call. Otherwise 0.
+    turns: int = 0
+
+
+LOOPS = [
+    Loop("Blowfish encrypt", "src/cipher/BlowfishEngine.cpp",
+         "void (anonymous namespace)::CipherGroup<((anonymous namespace)::Direction)0, 8", 64, 2, 8, 8),
+    Loop("Blowfish decrypt", "src/cipher/BlowfishEngine.cpp",
+         "void (anonymous namespace)::CipherGroup<((anonymous namespace)::Direction)1, 8", 64, 2, 8, 8),
+    Loop("MD5", "src/hash/Md5Engine.cpp", "(anonymous namespace)::Transform", 64, 64),
+    Loop("Base64 encode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::EncodeNeon", 48, 1),
+    Loop("Base64 decode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::DecodeNeon", 48, 1),
+]
+
+
+def assembly(source):
+    """The compiler's output for a source of the arm64 build, names demangled."""
+    database = ROOT / "build/arm64/compile_commands.json"
+    if not database.is_file():
+        sys.exit("build/arm64 is not configured: cmake --preset arm64")
+    entries = [entry for entry in json.loads(database.read_text()) if entry["file"] == str(ROOT / source)]
+    command = shlex.split(entries[0]["command"])
+    command[command.index("-o") + 1] = "-"
+    command[command.index("-c")] = "-S"
+    # Debug information would stand between the instructions.
+    output = subprocess.run(command + ["-g0"], cwd=entries[0]["directory"], check=True, capture_output=True)
+    return subprocess.run(["llvm-cxxfilt-19"], input=output.stdout, check=True, capture_output=True).stdout.decode()
+
+
+def lines_of(function, text):
+    lines = text.splitlines()
+    starts = [i for i, line in enumerate(lines) if line.startswith(function)]
+    if not starts:
+        sys.exit(f"the compiler made no function {function}")
+    end = next(i for i in range(starts[0], len(lines)) if "-- End function" in lines[i])
+    return lines[starts[0] + 1:end]
+
+
+def largest_loop(lines):
+    """The first and the last line of the innermost loop with the most instructions."""
+    labels = {match[1]: i for i, line in enumerate(lines) if (match := re.match(r"(\.\w+):", line))}
+    loops = []
+    for i, line in enumerate(lines):
+        target = re.match(r"\s+(?:b\.\w+|cbn?z|tbn?z)\s.*?(\.\w+)$", line.split("//")[0].rstrip())
+        if target and labels.get(target[1], i) < i:
+            loops.append((labels[target[1]], i))
+    innermost = [loop for loop in loops if not any(other != loop and loop[0] <= other[0] and other[1] <= loop[1]
+                                                   for other in loops)]
+    return max(innermost, key=lambda loop: loop[1] - loop[0])
+
+
+def instructions(lines):
+    return [line for line in lines if re.match(r"\s+[a-z]", line)]
+
+
+def cycles(code, processor):
+    with tempfile.NamedTemporaryFile("w", suffix=".s") as file:
+        file.write("\n".join(code) + "\n")
+        file.flush()
+        output = subprocess.run(
+            ["llvm-mca-19", "--mtriple=aarch64", f"-mcpu={processor}", f"-iterations={REPETITIONS}", file.name],
+            check=True, capture_output=True, text=True).stdout
+    return int(re.search(r"Total Cycles:\s+(\d+)", output)[1]) / REPETITIONS
+
+
+def model(loop, text):
+    lines = lines_of(loop.function, text)
+    first, last = largest_loop(lines)
+    body = lines[first:last + 1]
+    turn = instructions(body)
+    code = turn
+    if loop.turns:
+        code = instructions(lines[:first]) + turn * loop.turns + instructions(lines[last + 1:])
+    return {
+        "name": loop.name,
+        "instructions": round(len(turn) / loop.rounds / loop.blocks, 1),
+        "spills": sum("Spill" in line or "Reload" in line for line in body),
+        "cyclesPerByte": {name: round(cycles(code, cpu) / loop.data_bytes, 2) for name, cpu in PROCESSORS.items()},
+    }
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--json", action="store_true", help="print the figures as JSON")
+    arguments = parser.parse_args()
+    texts = {source: assembly(source) for source in {loop.source for loop in LOOPS}}
+    figures = [model(loop, texts[loop.source]) for loop in LOOPS]
+    if arguments.json:
+        print(json.dumps(figures, indent=2))
+        return
+    print(f"{'':18}{'instructions':>14}{'spills':>8}" + "".join(f"{name + ' c/B':>9}" for name in PROCESSORS))
+    for row in figures:
+        print(f"{row['name']:18}{row['instructions']:>14}{row['spills']:>8}" +
+              "".join(f"{row['cyclesPerByte'][name]:>9}" for name in PROCESSORS))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,28 @@
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <iterator>
+
+#include "Require.h"
+#include "hash/Md5Engine.h"
+#include "reference/Md5Reference.h"
+
+using namespace Cifra;
+
+// The message is added in pieces, whose lengths are of the fuzzer's choice.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using Bytes = std::vector<std::uint8_t>;
+  FuzzedDataProvider input(data, size);
+  Bytes message;
+  Md5Context context;
+  Md5Init(context);
+  while (input.remaining_bytes() > 0) {
+    const Bytes piece = input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegral<std::uint8_t>());
+    Md5Update(context, piece.data(), static_cast<std::uint32_t>(piece.size()));
+    message.insert(message.end(), piece.begin(), piece.end());
+  }
+  std::uint8_t digest[kMd5DigestBytes];
+  Md5Final(context, digest);
+  Fuzz::Require(Bytes(std::begin(digest), std::end(digest)) ==
+                Reference::Md5(message.data(), message.size()));
+  return 0;
+}
