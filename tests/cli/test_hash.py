@@ -202,6 +202,8 @@ def names_of(result):
         (["*.*"], ["B.TXT", "a.txt", "noext", "ä b.md"]),
         (["Ä*"], ["ä b.md"]),
         (["sub/*.txt"], ["sub/c.txt"]),
+        (["Z:*.txt"], ["Z:B.TXT", "Z:a.txt"]),
+        (["z:s*/c*"], ["z:sub/c.txt"]),
         (["s*\\*.txt"], ["sub/c.txt"]),
         (["./*x?"], ["./B.TXT", "./a.txt", "./noext"]),
         (["*/deep/*"], ["sub/deep/d.txt"]),
