@@ -85,12 +85,24 @@ void Output::CreateTemporary() {
 }
 
 void Output::Write(std::string_view bytes) {
+  if (!IsScreen()) {
+    WriteNow(bytes);
+    return;
+  }
+  const std::string text = std::exchange(unfinished, {}).append(bytes);
+  const std::size_t end = text.size() - UnfinishedUtf8(text);
+  unfinished = text.substr(end);
+  WriteNow(std::string_view(text).substr(0, end));
+}
+
+void Output::WriteNow(std::string_view bytes) {
   if (!WriteTo(handle, bytes)) {
     Fail("cannot write");
   }
 }
 
 void Output::Commit() {
+  WriteNow(unfinished);
   if (target.empty()) {
     return;
   }
