@@ -17,6 +17,9 @@ std::optional<std::string> ToUtf8Strictly(std::wstring_view text);
 // FromUtf8 turns UTF-8 into UTF-16; nothing for bytes that are not UTF-8.
 std::optional<std::wstring> FromUtf8(std::string_view text);
 
+// UnfinishedUtf8 gives the number of bytes at the end that begin a character without ending it.
+std::size_t UnfinishedUtf8(std::string_view text);
+
 // SystemMessage gives the system's words for an error code, with the code: "Access denied (error
 // 5)".
 std::string SystemMessage(DWORD error);
