@@ -38,5 +38,5 @@ function(cifra_add_test name)
   # A process that ends itself on purpose must look the same under the sanitizers as without them.
   set_tests_properties(
     ${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
-                       ENVIRONMENT "ASAN_OPTIONS=handle_sigill=0:handle_sigtrap=0")
+                       ENVIRONMENT_MODIFICATION "ASAN_OPTIONS=string_append::handle_sigill=0:handle_sigtrap=0")
 endfunction()
