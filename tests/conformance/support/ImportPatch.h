@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstddef>
+
 namespace test {
 
 // ImportPatch replaces one function that a loaded module imports, for as long as it lives: the
@@ -17,8 +19,6 @@ class ImportPatch {
   ImportPatch(const ImportPatch&) = delete;
   ImportPatch& operator=(const ImportPatch&) = delete;
 
-  static bool IsImported(HMODULE module, const char* functionName);
-
  private:
   // Ends the program with a message when the module does not import the function.
   static void** FindSlot(HMODULE module, const char* functionName);
@@ -27,5 +27,12 @@ class ImportPatch {
   void** slot;
   void* original;
 };
+
+// Replacements that several tests use.
+
+// For LoadLibraryExW: no library can be found.
+inline HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
+// For malloc: there is no memory.
+inline void* AllocateNothing(std::size_t) { return nullptr; }
 
 }  // namespace test
