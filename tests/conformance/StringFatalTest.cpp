@@ -11,6 +11,7 @@ namespace {
 
 using WideString = kx::StringT<wchar_t>;
 
+void* AllocateNothing(std::size_t) { return nullptr; }
 void* ReallocateNothing(void*, std::size_t) { return nullptr; }
 
 // Damages the four bytes at an offset from the string's first character.
@@ -72,13 +73,13 @@ const test::ChildAction kReleaseWithoutTerminator(L"ReleaseWithoutTerminator", [
 
 // A string's code is compiled into who uses it, so that this program's own allocations fail here.
 const test::ChildAction kAssignWithoutMemory(L"AssignWithoutMemory", [](const auto&) {
-  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &test::AllocateNothing);
+  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &AllocateNothing);
   const WideString text(L"text");
   return 0;
 });
 const test::ChildAction kGrowWithoutMemory(L"GrowWithoutMemory", [](const auto&) {
   WideString text(L"text");
-  const test::ImportPatch allocate(GetModuleHandleW(nullptr), "malloc", &test::AllocateNothing);
+  const test::ImportPatch allocate(GetModuleHandleW(nullptr), "malloc", &AllocateNothing);
   const test::ImportPatch grow(GetModuleHandleW(nullptr), "realloc", &ReallocateNothing);
   text.GetBuffer(1000);
   return 0;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Cifra/ResultCodes.h"
@@ -216,8 +218,14 @@ TEST(ExportedObjectDeclaration, Reserved_GivesZero) {
   EXPECT_EQ(0, declaration.Reserved());
 }
 
+// In the place of malloc. The runtime must have memory to raise the exception with.
+bool hasFailed = false;
+void* FailOnce(std::size_t bytes) {
+  return std::exchange(hasFailed, true) ? std::calloc(1, bytes) : nullptr;
+}
+
 const test::ChildAction kDeclareWithoutMemory(L"DeclareWithoutMemory", [](const auto& arguments) {
-  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &test::AllocateNothing);
+  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &FailOnce);
   const ExportedObjectDeclaration<FirstObject> declaration(arguments[0].c_str());
   return 0;
 });

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <cstddef>
-
 namespace test {
 
 // ImportPatch replaces one function that a loaded module imports, for as long as it lives: the
@@ -28,11 +26,7 @@ class ImportPatch {
   void* original;
 };
 
-// Replacements that several tests use.
-
-// For LoadLibraryExW: no library can be found.
+// A replacement that several tests use, for LoadLibraryExW: no library can be found.
 inline HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
-// For malloc: there is no memory.
-inline void* AllocateNothing(std::size_t) { return nullptr; }
 
 }  // namespace test
