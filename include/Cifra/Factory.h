@@ -17,7 +17,8 @@ extern "C" {
 //
 // Returns kCifraSuccess, or kCifraNotFound with a null *result when objectId is unknown, the object
 // cannot be made or does not offer the interface. objectId (terminated UTF-16), iid and result must
-// not be null. std::bad_alloc leaves this function when there is no memory for the object.
+// not be null. std::bad_alloc leaves this function when there is no memory for the object; for the
+// path that kDigitalSignatureObjectId holds from the start, lack of memory ends the process.
 std::uint32_t KxCreateObject(const wchar_t* objectId, const InterfaceId* iid, void** result);
 
 // KxDestroyObject destroys an object. objectId must be the identifier that the object was made

@@ -3,7 +3,8 @@
 
 /* One-shot functions of Cifra.dll, exported by these names. This header is valid C and C++.
  * Narrow text is UTF-8. All texts are terminated by a zero character; sizes are in bytes and
- * include the terminator. Any thread may call these functions. */
+ * include the terminator. Any thread may call these functions. When there is no memory
+ * std::bad_alloc leaves them, which a caller in C cannot catch, or the process ends. */
 
 #include <stddef.h>
 #include <stdint.h>
@@ -25,8 +26,8 @@ extern "C" {
  *                  length, without room for the terminator, ends the process.
  *
  * Returns kCifraSuccess;
- * kCifraInvalidParameter for a null, empty or over-long key and for a null destination that a size
- * was given for;
+ * kCifraInvalidParameter for a null, empty or over-long key, and for a null destination whose size
+ * is not below the length of the result;
  * kCifraInsufficientBuffer when destinationSize is below the length of the result;
  * kCifraNotFound when the library's own file, or the object in it, cannot be obtained.
  * The destination is written only on success. */

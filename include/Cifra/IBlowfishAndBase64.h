@@ -12,7 +12,8 @@ namespace Cifra {
 //
 // Wide text is terminated UTF-16; destinations are the caller's, and their sizes are in characters
 // and include the terminator. All operations return 1 for success and 0 for failure, and 0 when a
-// part of the object could not be obtained at its creation.
+// part of the object could not be obtained at its creation. std::bad_alloc leaves them when there
+// is no memory for bytes; a wide text without memory ends the process.
 //
 // Obtained from the object kBlowfishAndBase64ObjectId.
 class IBlowfishAndBase64 {
@@ -20,8 +21,11 @@ class IBlowfishAndBase64 {
   static constexpr InterfaceId kInterfaceId{
       0x8E9FC09D, 0xF087, 0x2200, {0x97, 0x48, 0xA5, 0x2D, 0x00, 0x00, 0x07, 0x63}};
 
-  // Sets the key for all that follows: 1 to 56 bytes. A longer key gives 0 and leaves the key in
-  // force as it was. A length of 0, and a null key with a length, end the process.
+  static constexpr std::uint32_t kMaxKeyBytes = 56;
+
+  // Sets the key for all that follows: 1 to kMaxKeyBytes bytes. A longer key gives 0 and leaves the
+  // key in force as it was. A length of 0, and a null key with a length, end the process. Until the
+  // first key is set the results of the other operations are meaningless.
   virtual std::uint32_t SetKey(const std::uint8_t* key, std::uint32_t keyLength) = 0;
 
   // Enciphers text and writes its Base64 form to destination. A null or empty text gives an empty

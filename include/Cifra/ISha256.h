@@ -26,15 +26,18 @@ class ISha256 {
   // Adds length bytes. After the hash has ended the service refuses.
   virtual std::int32_t Update(const std::uint8_t* bytes, std::uint32_t length) = 0;
 
-  // Ends the hash and replaces output with the digest: 64 upper-case hexadecimal digits. When the
-  // service fails the text is meaningless: use Final to learn of that.
+  // Ends the hash and replaces output with the digest: 64 upper-case hexadecimal digits. A failure
+  // of the service is not reported here, and gives 64 zeros or whatever the service wrote: use
+  // Final to learn of it.
   virtual void GetHashString(kx::StringT<wchar_t>& output) = 0;
 
   // Ends the hash and writes the digest's 32 bytes. After the hash has ended the service refuses,
   // until Init is called.
   virtual std::int32_t Final(std::uint8_t (&digest)[kDigestBytes]) = 0;
 
-  // Replaces output with the digest of a file's content. See IMd5::HashFile.
+  // Replaces output with the digest of a file's content. See IMd5::HashFile. A failure of the
+  // service is not reported here either: the result is kCifraSuccess with a text that is not the
+  // file's digest. Who must know feeds the file to Update and ends with Final.
   virtual std::uint32_t HashFile(const wchar_t* path, kx::StringT<wchar_t>& output) = 0;
 
  protected:

@@ -1,5 +1,6 @@
 #include "cipher/Base64ObjectImplementation.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Cifra/ResultCodes.h"
@@ -28,7 +29,9 @@ void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
 
 void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                         std::string& output, bool addPadding) {
-  output.resize(Cifra::Base64Codec::EncodedLength(inputLength, addPadding));
+  const std::uint64_t encoded = Cifra::Base64Codec::EncodedLength(inputLength, addPadding);
+  // Where the encoded length wraps around, the output refuses the input's length.
+  output.resize(std::max(encoded, inputLength));
   Cifra::Base64Codec::Encode(input, inputLength, output.data(), addPadding);
 }
 

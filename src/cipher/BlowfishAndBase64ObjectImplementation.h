@@ -22,8 +22,6 @@ class BlowfishAndBase64ObjectImplementation final : public IKxBaseInterface,
                            std::uint32_t destinationSize) override;
 
  private:
-  static constexpr std::uint32_t kMaxKeyBytes = 56;
-
   bool HasParts() const { return blowfish.iface && base64.iface; }
   bool Decipher(const std::string& text, std::vector<std::uint8_t>& plain);
 

@@ -38,7 +38,9 @@ std::uint32_t BlowfishObjectImplementation::Encrypt(const std::uint8_t* input,
                                                     std::vector<std::uint8_t>& output) {
   const std::uint64_t rest = inputLength % kBlockBytes;
   const std::uint64_t whole = inputLength - rest;
-  input = ResizeFor(input, output, whole + (rest == 0 ? 0 : kBlockBytes));
+  const std::uint64_t padded = whole + (rest == 0 ? 0 : kBlockBytes);
+  // Where the padded length wraps around, the output refuses the length itself.
+  input = ResizeFor(input, output, std::max(padded, inputLength));
   cipher.EncipherBlocks(input, output.data(), BlockCount(whole));
   if (rest != 0) {
     std::uint8_t last[kBlockBytes] = {};

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr std::size_t kMaxKeyBytes = 56;
 constexpr std::uint32_t kTextRoom = 1024;  // characters of the result, terminator included
 
 using TextOperation = std::uint32_t (Cifra::IBlowfishAndBase64::*)(const wchar_t*, wchar_t*,
@@ -30,7 +29,7 @@ std::uint32_t HandOut(const kx::StringT<char>& text, char* destination, std::int
 std::uint32_t RunWithKey(TextOperation operation, const char* text, const char* key,
                          char* destination, std::int32_t destinationSize) {
   const std::size_t keyLength = key ? std::strlen(key) : 0;
-  if (keyLength == 0 || keyLength > kMaxKeyBytes) {
+  if (keyLength == 0 || keyLength > Cifra::IBlowfishAndBase64::kMaxKeyBytes) {
     return kCifraInvalidParameter;
   }
   const Cifra::CifraExportedObject<Cifra::IBlowfishAndBase64> cipher(

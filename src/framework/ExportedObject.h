@@ -45,8 +45,11 @@ class ExportedObject {
  private:
   bool Create() {
     createFunction = FindProcedure<KxCreateObjectFunction>(module.get(), "KxCreateObject");
+    if (!createFunction) {
+      return false;
+    }
     destroyFunction = FindProcedure<KxDestroyObjectFunction>(module.get(), "KxDestroyObject");
-    if (!createFunction || !destroyFunction) {
+    if (!destroyFunction) {
       return false;
     }
     void* created = nullptr;

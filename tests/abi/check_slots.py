@@ -1,19 +1,14 @@
 #!/usr/bin/env python3
 """Compares the virtual tables that the compiler lays out for the public interfaces, under the
-Itanium C++ ABI (windows-gnu) and the Microsoft one (windows-msvc), with the slots in slots.txt.
+Itanium C++ ABI (windows-gnu) and the Microsoft one (windows-msvc), with the slots in slots.txt."""
 
-Needs no Microsoft software: Clang compiles in both modes with libc++ and Wine's headers (Debian
-packages clang-19, libc++-19-dev, libwine-dev)."""
-
-import argparse
-import pathlib
 import re
 import subprocess
 import sys
 
-TARGETS = [f"{cpu}-{system}" for cpu in ("aarch64", "x86_64") for system in ("w64-windows-gnu", "pc-windows-msvc")]
-HERE = pathlib.Path(__file__).resolve().parent
-ROOT = HERE.parent.parent
+from microsoft_mode import HERE, MICROSOFT_TARGETS, compiler, parse_arguments
+
+TARGETS = ["aarch64-w64-windows-gnu", "x86_64-w64-windows-gnu", *MICROSOFT_TARGETS]
 
 
 def expected_tables():
@@ -31,23 +26,10 @@ def expected_tables():
     return tables
 
 
-def compiler_output(clang, wine_headers, target):
-    resources = pathlib.Path(
-        subprocess.run([clang, "-print-resource-dir"], check=True, capture_output=True, text=True).stdout.strip())
-    libcxx = resources.parents[2] / "include/c++/v1"
-    systems = [libcxx, resources / "include", HERE / "msvc-headers", wine_headers / "msvcrt", wine_headers / "windows"]
-    for path in systems:
-        if not path.is_dir():
-            sys.exit(f"missing: {path} (packages clang-19, libc++-19-dev, libwine-dev)")
-    command = [clang, f"--target={target}", "-std=c++20", "-nostdinc"]
-    for path in systems:
-        command += ["-isystem", path]
-    # What libc++ would need a complete Microsoft C library for is left out; no header uses it.
-    command += [
-        "-D_UCRT", "-D_LIBCPP_NO_VCRUNTIME", "-D_LIBCPP_HAS_NO_LOCALIZATION", "-D_LIBCPP_HAS_NO_THREADS",
-        "-D_LIBCPP_HAS_NO_MONOTONIC_CLOCK", "-Wall", "-Wextra", "-Werror", "-I", ROOT / "include", "-I", ROOT / "src",
-        "-S", "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts", HERE / "Interfaces.cpp"]
-    run = subprocess.run(command, capture_output=True, text=True)
+def compiler_output(command, target):
+    run = subprocess.run(
+        [*command, f"--target={target}", "-S", "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts",
+         HERE / "Interfaces.cpp"], capture_output=True, text=True)
     if run.returncode != 0:
         sys.exit(f"{target}: Interfaces.cpp does not compile\n{run.stderr}")
     return run.stdout
@@ -80,14 +62,11 @@ def check(target, output, expected):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--clang", default="clang-19")
-    parser.add_argument("--wine-headers", type=pathlib.Path, default="/usr/include/wine/wine")
-    arguments = parser.parse_args()
+    command = compiler(parse_arguments(__doc__))
     expected = expected_tables()
     errors = []
     for target in TARGETS:
-        errors += check(target, compiler_output(arguments.clang, arguments.wine_headers, target), expected)
+        errors += check(target, compiler_output(command, target), expected)
     print("\n".join(errors) or f"{len(expected)} classes have the expected slots on {', '.join(TARGETS)}")
     return 1 if errors else 0
 

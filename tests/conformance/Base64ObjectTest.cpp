@@ -69,6 +69,15 @@ TEST_F(Base64Object, Encode_OfEmptyInput_GivesAnEmptyText) {
   EXPECT_EQ("", output);
 }
 
+TEST_F(Base64Object, Encode_OfALengthWhoseEncodedLengthExceeds64Bits_ThrowsAndKeepsTheOutput) {
+  std::string output = "previous content";
+  for (const std::uint64_t length : {~std::uint64_t{0}, std::uint64_t{3} << 62}) {
+    EXPECT_ANY_THROW(base64->Encode(nullptr, length, output, true)) << length;
+    EXPECT_ANY_THROW(base64->Encode(nullptr, length, output, false)) << length;
+  }
+  EXPECT_EQ("previous content", output);
+}
+
 TEST_F(Base64Object, Encode_OfAVector_EqualsEncodeOfItsBytes) {
   const Bytes input = {0, 255, 16, 128};
   std::string fromVector;
@@ -101,6 +110,14 @@ TEST_F(Base64Object, Decode_OfPaddedText_GivesItsBytes) {
 
 TEST_F(Base64Object, Decode_OfTextWithOnePaddingCharacterMissing_Fails) {
   Decode("Zm9vYg=", kCifraFunctionFailed);
+}
+
+TEST_F(Base64Object, DecodeToBuffer_OfTextWithOnePaddingCharacterMissing_TakesTheOtherForData) {
+  for (const std::size_t capacity : {6u, 7u, 100u}) {
+    const BufferResult outcome = DecodeToBuffer(*base64.Get(), "Zm9vYg=", capacity);
+    EXPECT_EQ(kCifraFunctionFailed, outcome.result) << capacity;
+    EXPECT_EQ(0u, outcome.size) << capacity;
+  }
 }
 
 TEST_F(Base64Object, Decode_OfTextWithALineBreak_Fails) {

@@ -171,11 +171,34 @@ TEST_F(BlowfishAndBase64Object, SetKey_ThatIsRefused_LeavesTheKeyInForce) {
   EXPECT_EQ(before, Encode(L"text"));
 }
 
-// Stands for a library file that cannot be found.
-HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
+// What the object that is watched held when its memory was freed.
+const void* watchedObject = nullptr;
+std::string freedContent;
+void FreeWatched(void* block) {
+  if (block && block == watchedObject) {
+    freedContent.assign(static_cast<const char*>(block), _msize(block));
+  }
+  std::free(block);
+}
+
+TEST(BlowfishAndBase64ObjectKey, IsWipedBeforeItsMemoryIsFreed) {
+  const std::string key = "a key that is to be found nowhere else";
+  const test::ImportPatch patch(test::Library().Module(), "free", &FreeWatched);
+  {
+    const Object<Cifra::IBlowfishAndBase64> doomed(Cifra::kBlowfishAndBase64ObjectId);
+    watchedObject = doomed.Base();  // its first base
+    doomed->SetKey(reinterpret_cast<const std::uint8_t*>(key.data()),
+                   static_cast<std::uint32_t>(key.size()));
+    const std::string content(static_cast<const char*>(watchedObject), 2 * sizeof(void*) + 56);
+    EXPECT_EQ(2 * sizeof(void*), content.find(key)) << "the key stands behind the two bases";
+  }
+  EXPECT_LT(0u, freedContent.size());
+  EXPECT_EQ(std::string::npos, freedContent.find(key.substr(0, 8)));
+  EXPECT_EQ(std::string::npos, freedContent.find(key.substr(key.size() - 8)));
+}
 
 TEST(BlowfishAndBase64ObjectWithoutParts, Operations_Fail) {
-  const test::ImportPatch patch(test::Library().Module(), "LoadLibraryExW", &LoadNothing);
+  const test::ImportPatch patch(test::Library().Module(), "LoadLibraryExW", &test::LoadNothing);
   const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
   ASSERT_EQ(kCifraSuccess, combined.result);
   wchar_t destination[64] = {};

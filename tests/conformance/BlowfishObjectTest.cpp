@@ -1,13 +1,14 @@
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <numeric>
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 #include "support/ChildProcess.h"
 #include "support/CifraLibrary.h"
-#include "support/CountedHeap.h"
+#include "support/ImportPatch.h"
 
 namespace {
 
@@ -120,11 +121,56 @@ TEST_F(BlowfishObject, Decrypt_InPlace_GivesTheSameAsIntoAnotherBuffer) {
 TEST_F(BlowfishObject, Decrypt_OfABrokenBlock_DeciphersTheWholeBlocksAndDropsTheRest) {
   const Bytes encrypted = Encrypt(Counting(24));
   for (std::size_t length = 0; length <= encrypted.size(); ++length) {
-    // A copy of exactly this length, so that a read beyond it leaves the allocation.
     const Bytes cut(encrypted.begin(), encrypted.begin() + static_cast<std::ptrdiff_t>(length));
     Bytes expected = Counting(24);
     expected.resize(length / 8 * 8);
     EXPECT_EQ(expected, Decrypt(cut)) << length;
+  }
+}
+
+// Memory whose last byte is followed by a page that faults when it is touched.
+class GuardedBytes {
+ public:
+  explicit GuardedBytes(const Bytes& content)
+      : pages(VirtualAlloc(nullptr, 2 * kPageBytes, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE)),
+        bytes(static_cast<std::uint8_t*>(pages) + kPageBytes - content.size()) {
+    std::copy(content.begin(), content.end(), bytes);
+    DWORD before = 0;
+    VirtualProtect(static_cast<std::uint8_t*>(pages) + kPageBytes, kPageBytes, PAGE_NOACCESS,
+                   &before);
+  }
+  ~GuardedBytes() { VirtualFree(pages, 0, MEM_RELEASE); }
+  GuardedBytes(const GuardedBytes&) = delete;
+  GuardedBytes& operator=(const GuardedBytes&) = delete;
+
+  const std::uint8_t* Data() const { return bytes; }
+
+ private:
+  static constexpr std::size_t kPageBytes = 4096;
+
+  void* pages;
+  std::uint8_t* bytes;
+};
+
+TEST_F(BlowfishObject, Operations_NeitherReadBehindTheInputNorWriteBehindTheOutput) {
+  constexpr std::size_t kRoom = 128;
+  const Bytes content = Counting(100);
+  for (std::size_t length = 0; length <= content.size(); ++length) {
+    const Bytes input(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length));
+    const GuardedBytes guarded(input);
+    for (const bool decrypts : {false, true}) {
+      // A vector that shrinks keeps what stood behind its new end.
+      Bytes output(kRoom, 0xEE);
+      if (decrypts) {
+        blowfish->Decrypt(guarded.Data(), length, output);
+      } else {
+        blowfish->Encrypt(guarded.Data(), length, output);
+      }
+      EXPECT_EQ(decrypts ? Decrypt(input) : Encrypt(input), output) << length;
+      EXPECT_TRUE(std::all_of(output.data() + output.size(), output.data() + kRoom,
+                              [](std::uint8_t byte) { return byte == 0xEE; }))
+          << length;
+    }
   }
 }
 
@@ -176,26 +222,41 @@ TEST_F(BlowfishObject, Encrypt_IntoAnOutputThatCannotGrow_ThrowsAndKeepsItsConte
   EXPECT_EQ((Bytes{1, 2, 3}), output);
 }
 
-// Watches every block that the library frees for a byte that is not zero.
-std::size_t unwipedTables = 0;
+TEST_F(BlowfishObject, Encrypt_OfALengthWhosePaddedLengthExceeds64Bits_ThrowsLengthError) {
+  Bytes output = {1, 2, 3};
+  for (std::uint64_t below = 1; below <= 8; ++below) {
+    EXPECT_THROW(blowfish->Encrypt(nullptr, 0 - below, output), std::length_error) << below;
+    EXPECT_THROW(blowfish->Decrypt(nullptr, 0 - below, output), std::length_error) << below;
+  }
+  EXPECT_EQ((Bytes{1, 2, 3}), output);
+}
+
+// What became of the tables that the library freed.
+struct FreedTables {
+  int wiped = 0;
+  int unwiped = 0;
+};
+FreedTables freedTables;
+
 void FreeWatched(void* block) {
   const std::size_t size = block ? _msize(block) : 0;
   if (size == 4096 || size == 72) {
     const auto* bytes = static_cast<const std::uint8_t*>(block);
-    unwipedTables += std::any_of(bytes, bytes + size, [](std::uint8_t byte) { return byte != 0; });
-    unwipedTables += 1000;
+    const bool isWiped = std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return !byte; });
+    ++(isWiped ? freedTables.wiped : freedTables.unwiped);
   }
   std::free(block);
 }
 
 TEST_F(BlowfishObject, Destruction_WipesBothTablesBeforeTheirMemoryIsFreed) {
   const test::ImportPatch patch(test::Library().Module(), "free", &FreeWatched);
-  unwipedTables = 0;
+  freedTables = {};
   {
     const Object<Cifra::IBlowfish> doomed(Cifra::kBlowfishObjectId);
     doomed->SetKey(Counting(56).data(), 56);
   }
-  EXPECT_EQ(2000u, unwipedTables) << "two tables freed, none of them holding the key";
+  EXPECT_EQ(2, freedTables.wiped);
+  EXPECT_EQ(0, freedTables.unwiped);
 }
 
 const test::ChildAction kSetKeyOfLength(L"SetKeyOfLength", [](const auto& arguments) {

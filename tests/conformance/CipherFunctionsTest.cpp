@@ -124,6 +124,20 @@ TEST(CipherFunctions, Decode_IntoTooSmallADestination_GivesInsufficientBuffer) {
   EXPECT_EQ("1234567890", Decode(encoded.c_str(), kKey, 11).text);
 }
 
+const test::ChildAction kDecodeIntoRoom(L"DecodeIntoRoom", [](const auto& arguments) {
+  const std::string encoded = Encode("1234567890").text;
+  std::vector<char> destination(std::stoul(arguments[0]) + 16);
+  return static_cast<int>(Library().base64AndBlowfishDecode(
+      encoded.c_str(), kKey, destination.data(), std::stoi(arguments[0])));
+});
+
+TEST(CipherFunctions, Decode_IntoTenBytesForTenCharacters_EndsTheProcessSilently) {
+  EXPECT_EQ(0u, test::RunChild(L"DecodeIntoRoom", {L"11"}).exitCode);
+  const test::ChildResult child = test::RunChild(L"DecodeIntoRoom", {L"10"});
+  EXPECT_EQ(test::kFailFast, child.exitCode);
+  EXPECT_EQ("", child.output);
+}
+
 TEST(CipherFunctions, BothFunctions_RejectANullEmptyOrOverlongKeyWithInvalidParameter) {
   const std::string longestKey(56, 'k');
   const std::string overlongKey(57, 'k');
@@ -142,10 +156,8 @@ TEST(CipherFunctions, BothFunctions_RejectANullDestinationThatHasASize) {
   EXPECT_EQ(kCifraInvalidParameter, Library().base64AndBlowfishDecode("", kKey, nullptr, 100));
 }
 
-HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
-
 TEST(CipherFunctions, BothFunctions_WithoutTheCombinedObject_GiveNotFound) {
-  const test::ImportPatch patch(Library().Module(), "LoadLibraryExW", &LoadNothing);
+  const test::ImportPatch patch(Library().Module(), "LoadLibraryExW", &test::LoadNothing);
   EXPECT_EQ(kCifraNotFound, Encode("text").result);
   EXPECT_EQ(kCifraNotFound, Decode("AAAAAAAAAAA=").result);
 }

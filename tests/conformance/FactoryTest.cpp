@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/ChildProcess.h"
 #include "support/CifraLibrary.h"
 #include "support/CountedHeap.h"
 #include "support/ProcessResources.h"
@@ -179,7 +180,7 @@ TEST(Factory, CreateObject_WithoutMemory_ThrowsBadAllocAndLeavesNothingBehind) {
   ExpectBadAlloc();  // the first exception of a process sets up what the runtime then keeps
   for (const ObjectKind& kind : kKinds) {
     if (kind.objectId == Cifra::kDigitalSignatureObjectId) {
-      continue;  // holds a string from the start, and a string without memory ends the process
+      continue;  // see the next test
     }
     test::CountedHeap heap;
     int failures = 0;
@@ -204,6 +205,26 @@ TEST(Factory, CreateObject_WithoutMemory_ThrowsBadAllocAndLeavesNothingBehind) {
     Library().destroyObject(kind.objectId, object);
     EXPECT_EQ(0, heap.LiveBlocks());
   }
+}
+
+// Fails the allocations of one creation in turn, until one of its string ends the process.
+const test::ChildAction kCreateSignature(L"CreateSignatureWithoutMemory", [](const auto&) {
+  test::CountedHeap heap;
+  for (int succeeding = 0;; ++succeeding) {
+    heap.FailAfter(succeeding);
+    try {
+      void* result = nullptr;
+      return static_cast<int>(Library().createObject(Cifra::kDigitalSignatureObjectId,
+                                                     &IKxBaseInterface::kInterfaceId, &result));
+    } catch (const std::bad_alloc&) {
+    }
+  }
+});
+
+TEST(Factory, CreateObject_WithoutMemoryForTheSignaturesPath_EndsTheProcessSilently) {
+  const test::ChildResult child = test::RunChild(L"CreateSignatureWithoutMemory");
+  EXPECT_EQ(test::kFailFast, child.exitCode);
+  EXPECT_EQ("", child.output);
 }
 
 TEST(Factory, CreateObject_AfterAFailure_ServesOtherThreads) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <new>
@@ -134,12 +137,8 @@ class HashFile : public testing::Test {
 
   // The digest of a file of this size that test::WriteFileOfSize made.
   std::string ExpectedDigest(std::size_t size) {
-    std::string content(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-      content[i] = static_cast<char>(i % 251);
-    }
     const Object<typename Kind::Interface> another(Kind::kObjectId);
-    return HashStringOf(*another.Get(), BytesOf(content));
+    return HashStringOf(*another.Get(), BytesOf(test::ContentOfSize(size)));
   }
 
   fs::path MakeFile(const fs::path& name, std::size_t size) {
@@ -182,6 +181,30 @@ TYPED_TEST(HashFile, PieceAndOneByte_IsReadTwice) {
   const Watcher watcher;
   EXPECT_EQ(this->ExpectedDigest(kPieceBytes + 1), this->Digest(path));
   EXPECT_EQ((std::vector<DWORD>{kPieceBytes, 1}), watch.given);
+}
+
+constexpr std::uint8_t kDirt = 0xA5;
+bool isBufferDirty = false;
+
+void* AllocateDirty(std::size_t bytes) {
+  void* block = std::malloc(bytes);
+  return block ? std::memset(block, kDirt, bytes) : nullptr;
+}
+
+BOOL WINAPI ReadIntoDirt(HANDLE file, LPVOID buffer, DWORD wanted, LPDWORD given,
+                         LPOVERLAPPED overlapped) {
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  isBufferDirty = std::all_of(bytes, bytes + wanted, [](auto byte) { return byte == kDirt; });
+  return ReadFile(file, buffer, wanted, given, overlapped);
+}
+
+TYPED_TEST(HashFile, DoesNotZeroTheBufferFirst) {
+  const fs::path path = this->MakeFile(L"file", 10);
+  const ImportPatch allocate(Library().Module(), "malloc", &AllocateDirty);
+  const ImportPatch read(Library().Module(), "ReadFile", &ReadIntoDirt);
+  isBufferDirty = false;
+  EXPECT_EQ(this->ExpectedDigest(10), this->Digest(path));
+  EXPECT_TRUE(isBufferDirty);
 }
 
 TYPED_TEST(HashFile, ObtainsTheInnerObjectAfterOpening_AndGivesBackInReverse) {
@@ -247,12 +270,10 @@ TYPED_TEST(HashFile, ReadThatFailsInTheMiddle_GivesItsErrorAndLeavesTheOutput) {
   EXPECT_FALSE(IsOpenSomewhere(path));
 }
 
-HMODULE WINAPI FailToLoad(LPCWSTR, HANDLE, DWORD) { return nullptr; }
-
 TYPED_TEST(HashFile, WithoutTheLibrarysOwnFile_GivesNotFoundAndLeavesTheOutput) {
   const fs::path path = this->MakeFile(L"file", 3);
   {
-    const ImportPatch patch(Library().Module(), "LoadLibraryExW", &FailToLoad);
+    const ImportPatch patch(Library().Module(), "LoadLibraryExW", &test::LoadNothing);
     EXPECT_EQ(std::uint32_t{kCifraNotFound}, this->Error(path));
   }
   EXPECT_FALSE(IsOpenSomewhere(path));

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
+#include <iterator>
 #include <stdexcept>
 
 #include "foundation/logging/CLogDLL.h"
@@ -240,6 +242,34 @@ TEST_F(LogClient, LongFunctionName_IsCutTo259CharactersAndTo257WithTheCallSign) 
               host.Run(L"LongNames", {std::wstring(name.begin(), name.end())}))
         << length;
   }
+}
+
+// The client's fields behind the module, in order.
+constexpr const char* kFields[] = {
+    "LogApplySettings",     "LogSetSettingsFile", "LogEnable",         "LogSetLevel",
+    "LogSetPath",           "LogSetType",         "LogSetMode",        "LogSetMaxSize",
+    "LogSetDepth",          "LogWrite",           "LogIsEnabled",      "LogMonitorSettings",
+    "LogUninitDeskMetrics", "LogTrackEvent",      "LogTrackEventData", "LogRemoveModule",
+    "LogGetLevel"};
+
+const ChildAction kFieldsOfTheClient(L"FieldsOfTheClient", [](const auto&) {
+  const CLogDLL client;
+  HMODULE module = nullptr;
+  void (*functions[std::size(kFields)])();
+  static_assert(sizeof(client) == sizeof(module) + sizeof(functions));
+  const char* memory = reinterpret_cast<const char*>(&client);
+  std::memcpy(&module, memory, sizeof(module));
+  std::memcpy(functions, memory + sizeof(module), sizeof(functions));
+  for (std::size_t i = 0; i < std::size(kFields); ++i) {
+    if (!functions[i] || functions[i] != FindProcedure<void()>(module, kFields[i])) {
+      std::printf("%s\n", kFields[i]);
+    }
+  }
+  return module == GetModuleHandleW(L"log.dll") ? 0 : 1;
+});
+
+TEST_F(LogClient, Fields_AreTheModuleAndTheExportsInTheirOrder) {
+  EXPECT_EQ(Lines{}, host.Run(L"FieldsOfTheClient"));
 }
 
 }  // namespace

@@ -293,20 +293,22 @@ TEST_F(LogLibrary, LogWithoutOneOfItsExports_IsUsedForTheRest) {
 }
 
 const ChildAction kHostsOwnLog(L"HostsOwnLog", [](const auto& arguments) {
-  const ModuleHandle hosts(LoadLibraryW(arguments[0].c_str()));
+  ModuleHandle hosts(LoadLibraryW(arguments[0].c_str()));
   CifraLibrary library(test::LibraryBesideProgram());
   {
     const Md5 md5(Cifra::kMd5ObjectId, library);
   }
   test::PrintLog();
   test::PrintWhetherLogIsLoaded();
-  return hosts ? 0 : 1;
+  hosts.reset();
+  test::PrintWhetherLogIsLoaded();
+  return 0;
 });
 
-TEST_F(LogLibrary, LogThatTheHostLoadedFromElsewhere_IsUsedAndStaysTheHosts) {
+TEST_F(LogLibrary, LogThatTheHostLoadedFromElsewhere_IsUsedAndStaysTheHostsAlone) {
   const fs::path elsewhere = host.Directory() / "elsewhere";
   host.PutLog(elsewhere);
-  const Lines expected = kLogBegins + kLogEnds + Lines{kLogIsLoaded};
+  const Lines expected = kLogBegins + kLogEnds + Lines{kLogIsLoaded, kLogIsGone};
   EXPECT_EQ(expected, host.Run(L"HostsOwnLog", {(elsewhere / "log.dll").wstring()}));
   // It is preferred to the one beside the library, which would not record its end.
   host.PutLogWithout("LogDeinit");

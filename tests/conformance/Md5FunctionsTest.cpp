@@ -83,10 +83,8 @@ TEST(Md5Functions, LongText_IsHashedWhole) {
             Call(calculateWideCharTextMd5, std::wstring(1'000'000, L'a').c_str()));
 }
 
-HMODULE WINAPI FailToLoad(LPCWSTR, HANDLE, DWORD) { return nullptr; }
-
 TEST(Md5Functions, WithoutTheLibrarysOwnFile_GiveNotFoundAndAnEmptyText) {
-  const ImportPatch patch(Library().Module(), "LoadLibraryExW", &FailToLoad);
+  const ImportPatch patch(Library().Module(), "LoadLibraryExW", &test::LoadNothing);
   EXPECT_EQ("", Call(calculateTextMd5, "abc", kCifraNotFound));
   EXPECT_EQ("", Call(calculateWideCharTextMd5, L"abc", kCifraNotFound));
 }

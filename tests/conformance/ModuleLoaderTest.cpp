@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/ChildProcess.h"
@@ -48,22 +51,10 @@ const test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arguments)
   for (const std::string& call : loaderCalls) {
     std::printf("%s\n", call.c_str());
   }
-  return 0;
+  // The library was loaded from elsewhere: what it loaded from here it must have freed.
+  const fs::path besideHost = test::ProgramFile().parent_path() / L"Cifra.dll";
+  return GetModuleHandleW(besideHost.c_str()) ? 1 : 0;
 });
-
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::string line;
-  for (const char character : text) {
-    if (character == '\n') {
-      lines.push_back(line);
-      line.clear();
-    } else if (character != '\r') {
-      line += character;
-    }
-  }
-  return lines;
-}
 
 constexpr char kFound[] = "0 lBtnttaLccY=";
 constexpr char kNotFound[] = "1168 ";
@@ -86,7 +77,7 @@ class ModuleLoader : public testing::Test {
   std::vector<std::string> Encode(const fs::path& loadedFrom) {
     const ChildResult child = test::RunChild(L"EncodeAsHost", {loadedFrom.wstring()}, host);
     EXPECT_EQ(0u, child.exitCode) << child.output;
-    return Lines(child.output);
+    return child.Lines();
   }
   static std::string Load(const fs::path& file) { return "load 1100 " + Utf8(file.c_str()); }
 
@@ -166,7 +157,6 @@ TEST_F(ModuleLoader, LibraryUnderAPathOfMoreThan260Characters_IsNotFoundBesideIt
 
 std::vector<std::string> calls;
 DWORD loadFlags = 0;
-KxDestroyObjectFunction* realDestroy = nullptr;
 
 HMODULE WINAPI RecordFlags(LPCWSTR file, HANDLE reserved, DWORD flags) {
   loadFlags = flags;
@@ -193,16 +183,80 @@ TEST(ModuleLoaderFlags, AlterTheSearchPath_OnSystemsWithoutSetDefaultDllDirector
   EXPECT_EQ(0x8u, loadFlags);
 }
 
+// The path of the host program as the library is told it.
+std::wstring hostPath;
+
+// Like the platform's older versions, this does not terminate a path that it cuts off.
+DWORD WINAPI GiveHostPath(HMODULE module, LPWSTR text, DWORD room) {
+  if (module) {
+    return GetModuleFileNameW(module, text, room);
+  }
+  const std::size_t count = std::min<std::size_t>(hostPath.size() + 1, room);
+  std::copy_n(hostPath.c_str(), count, text);
+  return static_cast<DWORD>(std::min<std::size_t>(hostPath.size(), room));
+}
+
+// Gives the paths at which the library looks for itself below a host whose path has this length.
+std::vector<std::string> PathsTriedUnderAHostPathOf(std::size_t length) {
+  hostPath = L"C:\\" + std::wstring(length - 3 - 6, L'd') + L"\\h.exe";
+  EXPECT_EQ(length, hostPath.size());
+  const ImportPatch name(Library().Module(), "GetModuleFileNameW", &GiveHostPath);
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
+  loaderCalls.clear();
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  return loaderCalls;
+}
+
+std::string LoadFrom(const std::wstring& directory) {
+  return "load 1100 " + Utf8((directory + L"\\Cifra.dll").c_str());
+}
+
+TEST(ModuleLoaderHostPath, OfUpTo259Characters_LeadsToItsDirectoryThoughTheFilesPathIsLonger) {
+  // From 257 characters on the file's path outgrows the 260 that need no heap.
+  for (const std::size_t length : {250u, 256u, 257u, 259u}) {
+    const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
+    ASSERT_LE(2u, tried.size()) << length;
+    EXPECT_EQ(LoadFrom(hostPath.substr(0, length - 6)), tried[0]);
+    EXPECT_EQ(LoadFrom(test::CifraLibrary::FileUnderTest().parent_path().wstring()), tried[1]);
+  }
+}
+
+TEST(ModuleLoaderHostPath, Of260CharactersOrMore_LeadsNowhere) {
+  for (const std::size_t length : {260u, 261u, 300u}) {
+    const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
+    ASSERT_LE(2u, tried.size()) << length;
+    EXPECT_EQ(LoadFrom(hostPath.substr(0, 260)), tried[0]);
+  }
+}
+
+KxCreateObjectFunction* realCreate = nullptr;
+KxDestroyObjectFunction* realDestroy = nullptr;
+std::map<std::string, const void*> objectsByName;
+
+std::uint32_t RecordCreate(const wchar_t* objectId, const InterfaceId* iid, void** result) {
+  EXPECT_EQ(IKxBaseInterface::kInterfaceId, *iid);
+  const std::uint32_t code = realCreate(objectId, iid, result);
+  objectsByName[Utf8(objectId)] = *result;
+  return code;
+}
+
 void RecordDestroy(const wchar_t* objectId, IKxBaseInterface* object) {
+  EXPECT_EQ(objectsByName[Utf8(objectId)], object);
   calls.push_back("destroy " + Utf8(objectId));
   realDestroy(objectId, object);
 }
 
-FARPROC WINAPI FindRecorded(HMODULE module, LPCSTR name) {
-  const FARPROC found = GetProcAddress(module, name);
-  return std::string(name) == "KxDestroyObject"
-             ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RecordDestroy))
-             : found;
+// What GetProcAddress finds in the place of the library's exports.
+std::map<std::string, void*> replacements;
+
+FARPROC WINAPI FindReplaced(HMODULE module, LPCSTR name) {
+  const auto found = replacements.find(name);
+  if (found == replacements.end()) {
+    return GetProcAddress(module, name);
+  }
+  calls.push_back(std::string("find ") + name);
+  return reinterpret_cast<FARPROC>(found->second);
 }
 
 BOOL WINAPI RecordFree(HMODULE module) {
@@ -210,21 +264,86 @@ BOOL WINAPI RecordFree(HMODULE module) {
   return FreeLibrary(module);
 }
 
-TEST(ModuleLoaderRelease, OfAnObject_DestroysItUnderItsIdentifierAndThenFreesTheLibrary) {
-  realDestroy = Library().destroyObject;
-  const test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
-  const ImportPatch find(Library().Module(), "GetProcAddress", &FindRecorded);
+// Has a function obtain an object while the exports are replaced, and gives the calls made.
+std::vector<std::string> CallsWith(std::map<std::string, void*> exports,
+                                   std::uint32_t expectedResult) {
+  replacements = std::move(exports);
+  const ImportPatch find(Library().Module(), "GetProcAddress", &FindReplaced);
   const ImportPatch free(Library().Module(), "FreeLibrary", &RecordFree);
   calls.clear();
   char text[64];
-  Library().blowfishAndBase64Encode("text", "key", text, sizeof(text));
-  const std::vector<std::string> expected = {"destroy Cifra.BowfishAndBase64",
-                                             "destroy Cifra.Base64",
-                                             "free",
-                                             "destroy Cifra.Blowfish",
-                                             "free",
-                                             "free"};
-  EXPECT_EQ(expected, calls);
+  EXPECT_EQ(expectedResult, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  return calls;
+}
+
+template <typename Function>
+void* Address(Function* function) {
+  return reinterpret_cast<void*>(function);
+}
+
+using Calls = std::vector<std::string>;
+
+TEST(ModuleLoaderRelease, OfAnObject_DestroysItUnderItsIdentifierAndThenFreesTheLibrary) {
+  realCreate = Library().createObject;
+  realDestroy = Library().destroyObject;
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "find KxCreateObject",
+                   "find KxDestroyObject", "find KxCreateObject", "find KxDestroyObject",
+                   "destroy Cifra.BowfishAndBase64", "destroy Cifra.Base64", "free",
+                   "destroy Cifra.Blowfish", "free", "free"}),
+            CallsWith({{"KxCreateObject", Address(&RecordCreate)},
+                       {"KxDestroyObject", Address(&RecordDestroy)}},
+                      kCifraSuccess));
+}
+
+TEST(ModuleLoaderRelease, WithoutKxCreateObject_FreesTheLibraryAndLooksNoFurther) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "free"}),
+            CallsWith({{"KxCreateObject", nullptr}, {"KxDestroyObject", nullptr}}, kCifraNotFound));
+}
+
+TEST(ModuleLoaderRelease, WithoutKxDestroyObject_FreesTheLibraryAndCreatesNothing) {
+  EXPECT_EQ((Calls{"find KxDestroyObject", "free"}),
+            CallsWith({{"KxDestroyObject", nullptr}}, kCifraNotFound));
+}
+
+// An object without the interface that is asked of it.
+class BareObject final : public IKxBaseInterface {
+ public:
+  void* QueryInterface(const InterfaceId&) override {
+    calls.push_back("query");
+    return nullptr;
+  }
+};
+BareObject bareObject;
+
+std::uint32_t CreateBare(const wchar_t*, const InterfaceId*, void** result) {
+  calls.push_back("create");
+  *result = static_cast<IKxBaseInterface*>(&bareObject);
+  return kCifraSuccess;
+}
+
+void DestroyBare(const wchar_t* objectId, IKxBaseInterface* object) {
+  EXPECT_EQ(&bareObject, object);
+  calls.push_back("destroy " + Utf8(objectId));
+}
+
+TEST(ModuleLoaderRelease, OfAnObjectThatLacksTheInterface_DestroysItAndThenFreesTheLibrary) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "create", "query",
+                   "destroy Cifra.BowfishAndBase64", "free"}),
+            CallsWith({{"KxCreateObject", Address(&CreateBare)},
+                       {"KxDestroyObject", Address(&DestroyBare)}},
+                      kCifraNotFound));
+}
+
+std::uint32_t CreateNothing(const wchar_t*, const InterfaceId*, void** result) {
+  *result = nullptr;
+  return kCifraNotFound;
+}
+
+TEST(ModuleLoaderRelease, WithoutAnObject_FreesTheLibraryAndDestroysNothing) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "free"}),
+            CallsWith({{"KxCreateObject", Address(&CreateNothing)},
+                       {"KxDestroyObject", Address(&DestroyBare)}},
+                      kCifraNotFound));
 }
 
 }  // namespace

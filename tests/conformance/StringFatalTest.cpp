@@ -4,11 +4,15 @@
 
 #include "foundation/string/StringT.h"
 #include "support/ChildProcess.h"
+#include "support/ImportPatch.h"
 
 // The conditions of the wide string that end the process, each in a process of its own.
 namespace {
 
 using WideString = kx::StringT<wchar_t>;
+
+void* AllocateNothing(std::size_t) { return nullptr; }
+void* ReallocateNothing(void*, std::size_t) { return nullptr; }
 
 // Damages the four bytes at an offset from the string's first character.
 void Damage(WideString& text, std::ptrdiff_t offset) {
@@ -66,6 +70,28 @@ const test::ChildAction kReleaseWithoutTerminator(L"ReleaseWithoutTerminator", [
   text.ReleaseBuffer();
   return 0;
 });
+
+// A string's code is compiled into who uses it, so that this program's own allocations fail here.
+const test::ChildAction kAssignWithoutMemory(L"AssignWithoutMemory", [](const auto&) {
+  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &AllocateNothing);
+  const WideString text(L"text");
+  return 0;
+});
+const test::ChildAction kGrowWithoutMemory(L"GrowWithoutMemory", [](const auto&) {
+  WideString text(L"text");
+  const test::ImportPatch allocate(GetModuleHandleW(nullptr), "malloc", &AllocateNothing);
+  const test::ImportPatch grow(GetModuleHandleW(nullptr), "realloc", &ReallocateNothing);
+  text.GetBuffer(1000);
+  return 0;
+});
+
+TEST(StringFatal, FailedAllocations_EndTheProcessSilently) {
+  for (const wchar_t* action : {L"AssignWithoutMemory", L"GrowWithoutMemory"}) {
+    const test::ChildResult child = test::RunChild(action);
+    EXPECT_EQ(test::kFailFast, child.exitCode) << action;
+    EXPECT_EQ("", child.output) << action;
+  }
+}
 
 TEST(StringFatal, UndamagedString_EndsNoProcess) {
   EXPECT_EQ(0u, test::RunChild(L"DestroyWithoutDamage").exitCode);

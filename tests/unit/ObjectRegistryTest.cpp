@@ -1,10 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Cifra/ResultCodes.h"
+#include "framework/ExportedObjectDeclaration.h"
 #include "framework/ObjectRegistry.h"
+#include "support/ChildProcess.h"
+#include "support/ImportPatch.h"
 
 namespace {
 
@@ -128,6 +134,109 @@ TEST(RegistryRef, OnEightThreads_AcquireAndReleaseInBalance) {
     thread.join();
   }
   EXPECT_FALSE(kx::sharedInstance<ObjectRegistry>.HasUsers());
+}
+
+// A class of objects that counts those alive. Two of them differ by their number.
+template <int number>
+class CountedObject final : public IKxBaseInterface {
+ public:
+  CountedObject() { ++alive; }
+  ~CountedObject() { --alive; }
+  void* QueryInterface(const InterfaceId& iid) override {
+    return iid == kInterfaceId ? static_cast<IKxBaseInterface*>(this) : nullptr;
+  }
+
+  static inline int alive = 0;
+};
+
+using FirstObject = CountedObject<1>;
+using SecondObject = CountedObject<2>;
+
+bool Knows(const wchar_t* objectId) {
+  RegistryRef registry;
+  IKxBaseInterface* object = registry->Create(objectId);
+  registry->DestroyById(objectId, object);
+  return object != nullptr;
+}
+
+TEST(ExportedObjectDeclaration, RegistersItsClassForAsLongAsItLives) {
+  const ExportedObjectDeclaration<FirstObject> holdsTheRegistry(L"first");
+  {
+    const ExportedObjectDeclaration<SecondObject> declaration(L"second");
+    EXPECT_TRUE(Knows(L"second"));
+  }
+  EXPECT_FALSE(Knows(L"second"));
+  EXPECT_TRUE(Knows(L"first"));
+}
+
+TEST(ExportedObjectDeclaration, FirstOneBuildsTheRegistryAndLastOneDestroysIt) {
+  EXPECT_FALSE(kx::sharedInstance<ObjectRegistry>.HasUsers());
+  {
+    const ExportedObjectDeclaration<FirstObject> first(L"first");
+    {
+      const ExportedObjectDeclaration<SecondObject> second(L"second");
+    }
+    EXPECT_TRUE(kx::sharedInstance<ObjectRegistry>.HasUsers());
+  }
+  EXPECT_FALSE(kx::sharedInstance<ObjectRegistry>.HasUsers());
+}
+
+TEST(ExportedObjectDeclaration, OfATakenIdentifier_IsIgnored) {
+  const ExportedObjectDeclaration<FirstObject> first(L"id");
+  const ExportedObjectDeclaration<SecondObject> second(L"id");
+  RegistryRef registry;
+  IKxBaseInterface* object = registry->Create(L"id");
+  EXPECT_NE(nullptr, dynamic_cast<FirstObject*>(object));
+  registry->DestroyById(L"id", object);
+  EXPECT_EQ(0, FirstObject::alive);
+}
+
+TEST(ExportedObjectDeclaration, Create_MakesANewObjectEachTime_AndDestroyEndsIt) {
+  ExportedObjectDeclaration<FirstObject> declaration(L"id");
+  IKxBaseInterface* one = declaration.Create();
+  IKxBaseInterface* other = declaration.Create();
+  EXPECT_NE(one, other);
+  EXPECT_EQ(2, FirstObject::alive);
+  declaration.Destroy(one);
+  declaration.Destroy(other);
+  EXPECT_EQ(0, FirstObject::alive);
+}
+
+TEST(ExportedObjectDeclaration, Destroy_OfAnotherClassesObject_DoesNothing) {
+  ExportedObjectDeclaration<FirstObject> first(L"first");
+  ExportedObjectDeclaration<SecondObject> second(L"second");
+  IKxBaseInterface* object = first.Create();
+  second.Destroy(object);
+  second.Destroy(nullptr);
+  EXPECT_EQ(1, FirstObject::alive);
+  EXPECT_EQ(0, SecondObject::alive);
+  first.Destroy(object);
+}
+
+TEST(ExportedObjectDeclaration, Reserved_GivesZero) {
+  ExportedObjectDeclaration<FirstObject> declaration(L"id");
+  EXPECT_EQ(0, declaration.Reserved());
+}
+
+// In the place of malloc. The runtime must have memory to raise the exception with.
+bool hasFailed = false;
+void* FailOnce(std::size_t bytes) {
+  return std::exchange(hasFailed, true) ? std::calloc(1, bytes) : nullptr;
+}
+
+const test::ChildAction kDeclareWithoutMemory(L"DeclareWithoutMemory", [](const auto& arguments) {
+  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &FailOnce);
+  const ExportedObjectDeclaration<FirstObject> declaration(arguments[0].c_str());
+  return 0;
+});
+
+TEST(ExportedObjectDeclaration, ThatCannotBeMade_EndsTheProcessSilently) {
+  // Of the second one the text needs no memory, but the registry does.
+  for (const std::wstring& objectId : {std::wstring(100, L'i'), std::wstring(L"id")}) {
+    const test::ChildResult child = test::RunChild(L"DeclareWithoutMemory", {objectId});
+    EXPECT_EQ(test::kFailFast, child.exitCode) << objectId.size();
+    EXPECT_EQ("", child.output) << objectId.size();
+  }
 }
 
 }  // namespace

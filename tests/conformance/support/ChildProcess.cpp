@@ -61,6 +61,21 @@ std::string ReadToEnd(HANDLE pipe) {
 
 }  // namespace
 
+std::vector<std::string> ChildResult::Lines() const {
+  std::vector<std::string> lines(1);
+  for (const char character : output) {
+    if (character == '\n') {
+      lines.emplace_back();
+    } else if (character != '\r') {
+      lines.back() += character;
+    }
+  }
+  if (lines.back().empty()) {
+    lines.pop_back();
+  }
+  return lines;
+}
+
 ChildAction::ChildAction(const wchar_t* name, Function function) { Actions()[name] = function; }
 
 void ChildAction::RunIfAsked() {

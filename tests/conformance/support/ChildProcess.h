@@ -24,6 +24,8 @@ class ChildAction {
 struct ChildResult {
   std::uint32_t exitCode = 0;
   std::string output;  // of both standard streams
+
+  std::vector<std::string> Lines() const;
 };
 
 // The exit code with which fatal conditions end the process.

@@ -91,11 +91,16 @@ std::string Narrow(const kx::StringT<wchar_t>& text) {
   return narrow;
 }
 
-void WriteFileOfSize(const std::filesystem::path& path, std::size_t size) {
+std::string ContentOfSize(std::size_t size) {
   std::string content(size, '\0');
   for (std::size_t i = 0; i < size; ++i) {
     content[i] = static_cast<char>(i % 251);
   }
+  return content;
+}
+
+void WriteFileOfSize(const std::filesystem::path& path, std::size_t size) {
+  const std::string content = ContentOfSize(size);
   std::ofstream file(path, std::ios::binary);
   if (!file.write(content.data(), static_cast<std::streamsize>(size)).flush()) {
     std::fprintf(stderr, "cannot write %ls\n", path.c_str());

@@ -69,7 +69,9 @@ inline std::span<const std::uint8_t> BytesOf(const std::string& text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-// Writes a file of `size` bytes that repeat only after 251 bytes.
+// `size` bytes that repeat only after 251 bytes.
+std::string ContentOfSize(std::size_t size);
+// Writes a file of them.
 void WriteFileOfSize(const std::filesystem::path& path, std::size_t size);
 
 }  // namespace test

@@ -13,7 +13,9 @@ T* At(HMODULE module, std::size_t offset) {
   return reinterpret_cast<T*>(reinterpret_cast<std::byte*>(module) + offset);
 }
 
-void** FindImport(HMODULE module, const char* functionName) {
+}  // namespace
+
+void** ImportPatch::FindSlot(HMODULE module, const char* functionName) {
   const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
   const auto* headers = At<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(dos->e_lfanew));
   const auto& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
@@ -31,22 +33,8 @@ void** FindImport(HMODULE module, const char* functionName) {
       }
     }
   }
-  return nullptr;
-}
-
-}  // namespace
-
-bool ImportPatch::IsImported(HMODULE module, const char* functionName) {
-  return FindImport(module, functionName) != nullptr;
-}
-
-void** ImportPatch::FindSlot(HMODULE module, const char* functionName) {
-  void** found = FindImport(module, functionName);
-  if (!found) {
-    std::fprintf(stderr, "the module does not import %s\n", functionName);
-    std::exit(EXIT_FAILURE);
-  }
-  return found;
+  std::fprintf(stderr, "the module does not import %s\n", functionName);
+  std::exit(EXIT_FAILURE);
 }
 
 void ImportPatch::Write(void* function) const {

@@ -17,8 +17,6 @@ class ImportPatch {
   ImportPatch(const ImportPatch&) = delete;
   ImportPatch& operator=(const ImportPatch&) = delete;
 
-  static bool IsImported(HMODULE module, const char* functionName);
-
  private:
   // Ends the program with a message when the module does not import the function.
   static void** FindSlot(HMODULE module, const char* functionName);
@@ -27,5 +25,8 @@ class ImportPatch {
   void** slot;
   void* original;
 };
+
+// A replacement that several tests use, for LoadLibraryExW: no library can be found.
+inline HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
 
 }  // namespace test

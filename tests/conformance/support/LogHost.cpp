@@ -24,21 +24,6 @@ void Copy(const fs::path& from, const fs::path& to) {
   fs::copy_file(from, to, fs::copy_options::overwrite_existing);
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines(1);
-  for (const char character : text) {
-    if (character == '\n') {
-      lines.emplace_back();
-    } else if (character != '\r') {
-      lines.back() += character;
-    }
-  }
-  if (lines.back().empty()) {
-    lines.pop_back();
-  }
-  return lines;
-}
-
 }  // namespace
 
 LogHost::LogHost() {
@@ -63,7 +48,7 @@ std::vector<std::string> LogHost::Run(const std::wstring& action,
                                       const ChildAction::Arguments& arguments) const {
   const ChildResult child = RunChild(action, arguments, directory / kProgram);
   EXPECT_EQ(0u, child.exitCode);
-  return Lines(child.output);
+  return child.Lines();
 }
 
 fs::path LibraryBesideProgram() { return ProgramFile().parent_path() / kLibrary; }

@@ -20,8 +20,8 @@ std::string Utf8(const wchar_t* text) { return text ? ToUtf8(text) : std::string
 extern "C" __declspec(dllexport) void RecordLogCall(const test::LogCall* call) {
   const DWORD errorFound = GetLastError();
   const std::lock_guard guard(lock);
-  entries.push_back({call->exportName, GetCurrentThreadId(), call->depthChange, call->level,
-                     call->writer, Utf8(call->function), Utf8(call->format), Utf8(call->text),
+  entries.push_back({call->exportName, call->depthChange, call->level, call->writer,
+                     Utf8(call->function), Utf8(call->format), Utf8(call->text),
                      call->caller ? call->caller : ""});
   SetLastError(call->format ? errorLeft.value_or(errorFound) : errorFound);
 }

@@ -12,7 +12,6 @@ namespace test {
 
 struct LogEntry {
   std::string exportName;
-  DWORD thread = 0;
   // Of LogWrite; texts are UTF-8.
   std::int32_t depthChange = 0;
   std::uint32_t level = 0;
