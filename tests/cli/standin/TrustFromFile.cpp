@@ -87,11 +87,11 @@ class FilePlayer final : public test::TrustScript {
     }
     current = path;
     std::ifstream file{std::filesystem::path(path)};
-    std::vector<test::ScriptedSignature> signatures;
+    std::vector<test::ScriptedSignature> inFile;
     for (std::string line; std::getline(file, line);) {
-      signatures.push_back(ParseSignature(line));
+      inFile.push_back(ParseSignature(line));
     }
-    Play(std::move(signatures));
+    Play(std::move(inFile));
   }
 
   std::wstring current;
