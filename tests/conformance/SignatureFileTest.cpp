@@ -107,7 +107,8 @@ void VerifyInTurn(const std::vector<std::filesystem::path>& files, int times) {
 TEST_F(SignatureFile, ManyVerifications_LeaveNothingBehind) {
   // The platform itself may keep up to 1 KB a verification (Wine 8), besides an arena more or less;
   // a trusted file's state that was not closed would keep 16 KB.
-  constexpr std::size_t kToleratedGrowth = (1 + 3 * (kVerifications / 2) / 1024) * 1024 * 1024;
+  [[maybe_unused]] constexpr std::size_t kToleratedGrowth =
+      (1 + 3 * (kVerifications / 2) / 1024) * 1024 * 1024;
   const std::vector files = {Fixture(L"signed.exe"), Fixture(L"stamped.exe"),
                              Fixture(L"missing.exe")};
   VerifyInTurn(files, 100);
