@@ -46,6 +46,9 @@ void AddForAllSizes(const std::string& row, const std::string& library) {
   }
 }
 
+// What the program at hand is to time.
+void Register();
+
 // Each checks first that its libraries agree, and ends the program when they do not.
 void RegisterBase64();
 void RegisterBlowfish();

@@ -19,9 +19,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 1;
   }
-  Cifra::Bench::RegisterBlowfish();
-  Cifra::Bench::RegisterMd5();
-  Cifra::Bench::RegisterBase64();
+  Cifra::Bench::Register();
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
 }

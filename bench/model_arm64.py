@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Models the speed of the engines' hot loops on ARM64, where nothing can be timed: compiles them as
 the arm64 build does, and has llvm-mca calculate what the compiler's output takes on two processors.
 

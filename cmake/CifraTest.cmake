@@ -1,9 +1,9 @@
-# cifra_add_test(name sources... [LIBRARIES libraries...] [TIMEOUT seconds])
+# cifra_add_test(name sources... [LIBRARIES libraries...] [HEADERS_OF target])
 #
 # Makes a test program of the sources with GoogleTest's main and registers it with CTest as one test.
 # It runs in tests/data, so that a test names its data files by their path from there. The program
 # is registered as a whole and not case by case: asking it for its cases while building would start
-# it under an emulator.
+# it under an emulator. HEADERS_OF names a target with precompiled headers and cifra_test_options.
 include_guard(GLOBAL)
 
 set(CIFRA_GOOGLETEST_DIR /usr/src/googletest/googletest CACHE PATH "GoogleTest's sources")
@@ -18,25 +18,34 @@ function(cifra_googletest)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   set(gtest_disable_pthreads ON CACHE BOOL "" FORCE)
   add_subdirectory(${CIFRA_GOOGLETEST_DIR} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  cifra_test_options(gtest)
+endfunction()
+
+# Test programs are compiled more often than they run; what they drive keeps its own options.
+function(cifra_test_options target)
+  if(NOT MSVC)
+    target_compile_options(${target} PRIVATE -O1 $<$<NOT:$<CONFIG:Debug>>:-g0>)
+  endif()
 endfunction()
 
 function(cifra_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "LIBRARIES")
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 300)
-  endif()
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS_OF" "LIBRARIES")
   cifra_googletest()
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} gtest_main)
   target_link_options(${name} PRIVATE $<$<BOOL:${MINGW}>:-static>)
   cifra_warnings(${name})
-  # Test programs are compiled more often than they run; what they drive keeps its own options.
-  if(NOT MSVC)
-    target_compile_options(${name} PRIVATE -O1 $<$<NOT:$<CONFIG:Debug>>:-g0>)
+  cifra_test_options(${name})
+  if(arg_HEADERS_OF)
+    target_precompile_headers(${name} REUSE_FROM ${arg_HEADERS_OF})
+    # GCC then forgets which headers are the system's, and warns of what it inlines from them.
+    target_compile_options(
+      ${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds -Wno-stringop-overflow
+                      -Wno-stringop-overread>)
   endif()
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${CIFRA_TEST_DATA})
   # A process that ends itself on purpose must look the same under the sanitizers as without them.
   set_tests_properties(
-    ${name} PROPERTIES TIMEOUT ${arg_TIMEOUT}
+    ${name} PROPERTIES TIMEOUT 300
                        ENVIRONMENT "ASAN_OPTIONS=handle_sigill=0:handle_sigtrap=0")
 endfunction()

@@ -43,7 +43,8 @@ void Damage(std::string& text, FuzzedDataProvider& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider input(data, size);
   const bool addPadding = input.ConsumeBool();
-  const Bytes bytes = input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange(0, 400));
+  const Bytes bytes =
+      input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 400));
   const std::string encoded = Reference::Base64Encode(bytes, addPadding);
   std::string text = Reference::Base64Encode(bytes, false);
   Damage(text, input);

@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <exception>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -118,24 +119,34 @@ class Writer {
 
 Writer writer;
 
+// No exception may get into the libraries that write to this log, which are not made to catch it.
+template <typename Action>
+HRESULT WithoutThrowing(Action action) {
+  try {
+    action();
+    return S_OK;
+  } catch (const std::exception&) {
+    return E_FAIL;
+  }
+}
+
 }  // namespace
 
 HRESULT LogInit() {
-  writer.AddUser();
-  return S_OK;
+  return WithoutThrowing([] { writer.AddUser(); });
 }
 
 HRESULT LogDeinit() {
-  writer.RemoveUser();
-  return S_OK;
+  return WithoutThrowing([] { writer.RemoveUser(); });
 }
 
 HRESULT LogWrite(std::int32_t depthChange, const std::uint32_t* level, HMODULE,
                  const wchar_t* function, const wchar_t* format, va_list arguments) {
   const DWORD error = GetLastError();  // writing a log does not disturb what is logged
-  writer.Write(depthChange, *level, function, FormatLogText(format, arguments));
+  const HRESULT result = WithoutThrowing(
+      [&] { writer.Write(depthChange, *level, function, FormatLogText(format, arguments)); });
   SetLastError(error);
-  return S_OK;
+  return result;
 }
 
 // Nothing is left to be done by these.

@@ -107,14 +107,8 @@ wine_stop() {
   rm -f "$wine_state/server.pid"
 }
 
-wine_main() { # ARCHITECTURE ARGUMENT...
-  wine_select "$1"
-  shift
-  case ${1:-} in
-    --start) wine_start ;;
-    --stop) wine_stop ;;
-    '' | --help)
-      cat <<HELP
+wine_help() {
+  cat <<HELP
 Usage: ${0##*/} PROGRAM ARGUMENT...   runs a Windows program; exits with its code's low byte
        ${0##*/} --start | --stop      starts or ends Wine's server ahead of time
 
@@ -122,8 +116,18 @@ Exits with $wine_cannot_run when this machine cannot run such programs. The prog
 files as Z:\\ and gets the caller's folder, environment and streams; WINEDLLOVERRIDES and WINEDEBUG
 are taken from the caller. CIFRA_WINE_STATE=DIRECTORY moves Wine's own files out of the cache.
 HELP
-      [[ -n ${1:-} ]] || exit 2
-      ;;
+}
+
+wine_main() { # ARCHITECTURE ARGUMENT...
+  case ${2:-} in
+    '') wine_help >&2; exit 2 ;;
+    --help) wine_help; exit ;;
+  esac
+  wine_select "$1"
+  shift
+  case $1 in
+    --start) wine_start ;;
+    --stop) wine_stop ;;
     *)
       wine_start
       exec "$wine_loader" "$@"

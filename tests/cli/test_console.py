@@ -1,5 +1,6 @@
 """What happens at a terminal: the prompt for the key, and text on the screen."""
 
+import base64
 import os
 import pty
 import re
@@ -13,8 +14,8 @@ LONGEST_WAIT = 120  # seconds, for a loaded machine
 class Terminal:
     """A run of the client that has a terminal for all its streams."""
 
-    def __init__(self, cifra, *arguments):
-        command = [*cifra.runner, str(cifra.program), *arguments]
+    def __init__(self, cifra, *arguments, program=None):
+        command = [*cifra.runner, program or str(cifra.program), *arguments]
         self.child, self.terminal = pty.fork()
         if self.child == 0:
             os.chdir(cifra.folder)
@@ -32,12 +33,17 @@ class Terminal:
         self.shown += more
         return bool(more)
 
-    def answer(self, question, text):
-        """Waits for the question and types the answer."""
+    def wait_for(self, question):
         while question.encode() not in self.shown:
             assert self.read(), self.shown
         time.sleep(0.3)  # until the program, which has just written, reads
-        os.write(self.terminal, text.encode() + b"\r")
+
+    def press(self, keys):
+        os.write(self.terminal, keys.encode())
+
+    def answer(self, question, text):
+        self.wait_for(question)
+        self.press(text + "\r")
 
     def finish(self):
         """Waits for the end; gives the exit code and what was shown, without escape sequences."""
@@ -64,6 +70,14 @@ def test_the_key_is_asked_for_twice_to_encrypt_and_once_to_decrypt(cifra):
     assert KEY not in shown
 
 
+def test_a_key_typed_as_standard_input_is_asked_for_in_the_same_way(cifra):
+    terminal = Terminal(cifra, "decrypt", "--key-file", "-", "dYBu2QSKu0s=")
+    terminal.answer("Key:", "secret")
+    code, shown = terminal.finish()
+    assert code == 0 and "hello" in shown
+    assert "secret" not in shown
+
+
 def test_two_different_keys_are_refused(cifra):
     terminal = Terminal(cifra, "encrypt", "text")
     terminal.answer("Key:", KEY)
@@ -80,10 +94,43 @@ def test_an_empty_and_a_long_answer_are_no_keys(cifra):
         assert code == 6 and "56" in shown
 
 
+def test_after_an_interrupted_question_the_console_shows_what_is_typed(cifra, monkeypatch):
+    monkeypatch.setenv("CIFRA_COMMAND", f'"{cifra.program}" decrypt dYBu2QSKu0s=')
+    terminal = Terminal(cifra, program=os.environ["CIFRA_ECHO"])
+    terminal.wait_for("Key:")
+    terminal.press("\x03")
+    code, shown = terminal.finish()
+    assert code == 0 and "echo=on" in shown
+
+
+def test_a_character_cut_by_a_piece_of_the_input_is_shown_whole(cifra):
+    encoded = base64.b64encode("aaü€".encode())
+    for cut in (4, 8):  # inside of either character
+        cifra.write("text", encoded[:cut].ljust(4 << 20) + encoded[cut:])
+        code, shown = Terminal(cifra, "base64", "-d", "-i", "text").finish()
+        assert code == 0 and "aaü€" in shown
+
+
+def write_zeros(cifra, name, size):
+    with open(cifra.folder / name, "wb") as file:
+        file.truncate(size)
+
+
 def test_long_work_shows_how_far_it_is_and_clears_the_line(cifra):
-    with open(cifra.folder / "big", "wb") as big:
-        big.truncate(70 << 20)
+    write_zeros(cifra, "big", 70 << 20)
     code, shown = Terminal(cifra, "hash", "-a", "md5", "big").finish()
     assert code == 0
     assert re.search(r"\[#* *\] \d+% of 70 MiB", shown)
     assert "b89fdccdd61d57b371f9611eec7d3cef  big" in shown
+
+
+def test_work_of_64_mebibytes_is_not_long(cifra):
+    write_zeros(cifra, "big", 64 << 20)
+    code, shown = Terminal(cifra, "hash", "-a", "md5", "big").finish()
+    assert code == 0
+    assert "7f614da9329cd3aebf59b91aadc30bf0  big" in shown and "%" not in shown
+
+
+def test_long_work_without_a_terminal_says_nothing(cifra):
+    write_zeros(cifra, "big", 70 << 20)
+    cifra.succeed("hash", "-a", "md5", "big")

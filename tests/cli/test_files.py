@@ -82,6 +82,14 @@ def test_an_output_file_is_replaced(keyed):
     assert keyed.names() == ["my.key", "out"]
 
 
+def test_an_output_may_have_the_longest_name(keyed):
+    for length in (243, 244, 255):
+        keyed.succeed("base64", "text", "-o", "n" * length)
+        assert keyed.read("n" * length) == b"dGV4dA==\n"
+    keyed.succeed("base64", "text", "-o", "Z:here")
+    assert keyed.read("here") == b"dGV4dA==\n"
+
+
 def test_a_file_may_be_written_over_itself(keyed):
     keyed.write("file", b"8 bytes.")
     assert encrypt(keyed, "--file", "file", "-o", "file").code == 0

@@ -7,6 +7,7 @@ import json
 import os
 import pathlib
 import random
+import shutil
 import subprocess
 
 import jsonschema
@@ -202,6 +203,8 @@ def names_of(result):
         (["*.*"], ["B.TXT", "a.txt", "noext", "ä b.md"]),
         (["Ä*"], ["ä b.md"]),
         (["sub/*.txt"], ["sub/c.txt"]),
+        (["Z:*.txt"], ["Z:B.TXT", "Z:a.txt"]),
+        (["z:s*/c*"], ["z:sub/c.txt"]),
         (["s*\\*.txt"], ["sub/c.txt"]),
         (["./*x?"], ["./B.TXT", "./a.txt", "./noext"]),
         (["*/deep/*"], ["sub/deep/d.txt"]),
@@ -228,6 +231,24 @@ def test_a_file_that_cannot_be_read_does_not_stop_the_run(cifra):
     assert names_of(result) == ["a", "a"]
     for word in ("missing: ", "folder: is a directory", "*.none: no file matches", "<>: "):
         assert word in result.error
+
+
+def test_a_whole_path_may_have_patterns(cifra):
+    path = cifra.write("folder/file", "content")
+    (name,) = names_of(cifra.succeed("hash", f"Z:{path.parent.parent}/f*/f?le".replace("/", "\\")))
+    assert name == f"Z:{path}"
+
+
+def test_a_file_that_the_system_fails_to_hash_is_named(program, cifra):
+    for file in (program, program.parent / "Cifra.dll", os.environ["CIFRA_STANDIN_CNG"]):
+        shutil.copy(file, cifra.folder)
+    cifra.program = cifra.folder / program.name
+    cifra.write("a", "content")
+    for call in ("BCryptCreateHash", "BCryptHashData", "BCryptFinishHash"):
+        failing = {"WINEDLLOVERRIDES": "bcrypt=n,b", "CIFRA_FAILING_CNG_CALL": call}
+        result = cifra("hash", "a", env=failing)
+        assert (result.code, result.bytes) == (8, b"")
+        assert result.error.startswith("cifra: a: the system's hashing service failed")
 
 
 def test_links_to_folders_are_not_followed(cifra):
@@ -281,3 +302,20 @@ def test_json_of_plain_digests_and_of_nothing_fits_the_schema(cifra):
     assert [(record["file"], record["status"]) for record in records] == [("Größe", "hashed")]
     (cifra.folder / "empty").mkdir()
     assert json.loads(cifra.succeed("hash", "-r", "empty", "--format", "json").text) == []
+
+
+def test_a_check_may_be_reported_to_programs(cifra):
+    cifra.write("a,'b'", "content")
+    cifra.write("b", "other")
+    cifra.write("list", "\n".join(digest_line(name) for name in ("a,'b'", "b", "c")) + "\nnonsense\n")
+    result = cifra("hash", "--check", "list", "--format", "json")
+    assert result.code == 1
+    records = json.loads(result.text)
+    jsonschema.validate(records, json.loads(SCHEMA.read_text()))
+    errors = [record.pop("error") for record in records]
+    assert records == outcomes_expected()
+    assert errors[:2] == [None, None] and "c: cannot open" in errors[2]
+
+    table = list(csv.DictReader(io.StringIO(cifra("hash", "-c", "list", "--format", "csv").text, newline="")))
+    assert [row.pop("error") for row in table] == ["", "", errors[2]]
+    assert table == [{key: value or "" for key, value in row.items()} for row in outcomes_expected()]

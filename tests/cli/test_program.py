@@ -1,5 +1,6 @@
 """The program as a whole: help, versions, usage errors, a missing or broken library."""
 
+import os
 import re
 import shutil
 
@@ -40,7 +41,8 @@ def test_versions(cifra):
     [
         ([], "no command"),
         (["nonsense"], "nonsense"),
-        (["--nonsense"], "--nonsense"),
+        (["--nonsense"], "no option --nonsense"),
+        ([""], 'no command ""'),
         (["encrypt", "--nonsense"], "--nonsense"),
         (["encrypt", "a", "b"], "b"),
         (["encrypt", "--key-file"], "--key-file"),
@@ -49,6 +51,10 @@ def test_versions(cifra):
         (["encrypt", "text", "--file", "file"], "--file"),
         (["decrypt", "--length", "many", "--file", "x"], "many"),
         (["decrypt", "--length", "-1", "--file", "x"], "-1"),
+        (["decrypt", "--length", "", "--file", "x"], '""'),
+        (["decrypt", "--length", str(2**64), "--file", "x"], str(2**64)),
+        (["decrypt", "--length"], "value is missing"),
+        (["encrypt", "--key-file", "a", "--key-file", "b", "x"], "--key-file: given more than once"),
         (["decrypt", "--length", "3", "text"], "--file"),
         (["encrypt", "--key-file", "", "text"], "--key-file"),
         (["encrypt", "--file", ""], "--file"),
@@ -59,6 +65,8 @@ def test_versions(cifra):
         (["hash", "--check", "--tag", "x"], "--tag"),
         (["hash", "--expect", "xyz", "x"], "xyz"),
         (["hash", "-a", "md5", "--expect", "0" * 64, "x"], "MD5"),
+        (["hash", "x", ""], "FILE: is empty"),
+        (["hash", "-a"], "--algorithm: its value is missing"),
         (["verify"], "FILE"),
         (["version", "more"], "more"),
     ],
@@ -99,6 +107,28 @@ def test_a_library_that_is_another_one_is_refused(program, tmp_path):
     result = other("base64", "text")
     assert result.code == 7
     assert "KxDestroyObject" in result.error
+
+
+def test_a_library_whose_objects_are_others_is_refused(program, tmp_path):
+    other = copied_client(program, tmp_path / "other")
+    shutil.copy(os.environ["CIFRA_STANDIN_LIBRARY"], other.folder / "Cifra.dll")
+    for command, name in (("base64", "Cifra.Base64"), ("hash", "Cifra.Sha256")):
+        result = other(command)
+        assert result.code == 7
+        assert name in result.error
+
+
+def test_a_library_that_cannot_find_itself_again_says_so(program, tmp_path):
+    deep = tmp_path / ("x" * 100) / ("y" * 100)
+    deep.mkdir(parents=True)
+    far = copied_client(program, deep / ("z" * 100))
+    shutil.copy(program.parent / "Cifra.dll", far.folder)
+    for arguments in (["encrypt", "text"], ["decrypt", "dYBu2QSKu0s="]):
+        result = far(*arguments, "--key-env", "K", env={"K": "secret"})
+        assert (result.code, result.bytes) == (7, b"")
+        assert "Cifra.dll" in result.error and "260" in result.error
+    encrypted = far("encrypt", "--key-env", "K", "--file", "-", env={"K": "secret"}, stdin=b"8 bytes.")
+    assert encrypted.code == 0
 
 
 def test_the_library_is_taken_from_the_programs_folder_only(program, tmp_path, cifra):

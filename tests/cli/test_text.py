@@ -82,7 +82,7 @@ def test_text_that_is_none_is_bad_data(cifra):
     [
         ("dYBu2QSKu0s", "multiple of 4"),
         ("dYBu2QSKu0!=", "'!'"),
-        ("dYBu2QSKu0ß=", "0xC3"),
+        ("dYBu2QSKu0ß=", "0xc3"),
         ("dYBu2Q==", "blocks of 8 bytes"),
         ("dYBu2QSKu0s=dYBu2QSKu0s=", "'='"),
     ],

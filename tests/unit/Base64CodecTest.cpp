@@ -113,7 +113,8 @@ TEST(Base64Codec, TheKernelOfThisProcessor_GivesWhatAllGive) {
   const std::string whole = text.substr(0, message.size() / 3 * 4);
   Bytes decoded(whole.size() / 4 * 3);
   EXPECT_TRUE(Base64Codec::Decode(whole.data(), whole.size(), decoded.data()));
-  EXPECT_EQ(decoded, Bytes(message.begin(), message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)));
+  EXPECT_EQ(decoded, Bytes(message.begin(),
+                           message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)));
 }
 
 }  // namespace

@@ -1,16 +1,17 @@
 #include "Base64Text.h"
 
+#include "Hex.h"
+
 namespace client {
 namespace {
 
 // How a byte is shown in a message.
 std::string Shown(char c) {
-  const auto byte = static_cast<unsigned char>(c);
+  const auto byte = static_cast<std::uint8_t>(c);
   if (byte > 0x20 && byte < 0x7F) {
     return {'\'', c, '\''};
   }
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  return {'0', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
+  return "0x" + ToHex({&byte, 1});
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "Failure.h"
 #include "Unicode.h"
 
 namespace client {
@@ -35,18 +34,20 @@ template <typename Function>
 Function* CifraLibrary::Resolve(const char* name) const {
   void* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
   if (!address) {
-    throw Failure(ExitCode::kNoLibrary,
-                  ToUtf8(path) + ": is not a Cifra library: it does not export " + name);
+    throw Unusable(std::string("is not a Cifra library: it does not export ") + name);
   }
   return reinterpret_cast<Function*>(address);
+}
+
+Failure CifraLibrary::Unusable(const std::string& why) const {
+  return {ExitCode::kNoLibrary, ToUtf8(path) + ": " + why};
 }
 
 IKxBaseInterface* CifraLibrary::Create(const wchar_t* objectId) const {
   void* object = nullptr;
   const std::uint32_t result = createObject(objectId, &IKxBaseInterface::kInterfaceId, &object);
-  if (result != kCifraSuccess) {
-    throw Failure(ExitCode::kNoLibrary, ToUtf8(path) + ": has no object " + ToUtf8(objectId) +
-                                            " (error " + std::to_string(result) + ")");
+  if (result != kCifraSuccess || !object) {
+    throw Unusable("has no object " + ToUtf8(objectId) + " (error " + std::to_string(result) + ")");
   }
   return static_cast<IKxBaseInterface*>(object);
 }

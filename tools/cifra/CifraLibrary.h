@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Cifra/Factory.h"
+#include "Failure.h"
 #include "Handles.h"
 
 namespace client {
@@ -16,6 +17,9 @@ namespace client {
 class CifraLibrary {
  public:
   CifraLibrary();
+
+  // What is wrong with this library, for the user.
+  Failure Unusable(const std::string& why) const;
 
   // Makes an object; it must be given back before this library goes.
   IKxBaseInterface* Create(const wchar_t* objectId) const;
@@ -43,7 +47,12 @@ class CifraObject {
       : library(owner),
         objectId(id),
         object(library.Create(id)),
-        service(static_cast<Interface*>(object->QueryInterface(Interface::kInterfaceId))) {}
+        service(static_cast<Interface*>(object->QueryInterface(Interface::kInterfaceId))) {
+    if (!service) {
+      library.Destroy(objectId, object);
+      throw library.Unusable("its object " + ToUtf8(objectId) + " is not the one of Cifra");
+    }
+  }
   ~CifraObject() { library.Destroy(objectId, object); }
   CifraObject(const CifraObject&) = delete;
   CifraObject& operator=(const CifraObject&) = delete;

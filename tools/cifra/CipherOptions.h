@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 #include "CifraLibrary.h"
 #include "Key.h"
@@ -36,7 +37,15 @@ class KeyedCipher {
   KeyedCipher(const wchar_t* objectId, const CipherOptions& options, KeyUse use)
       : object(library, objectId) {
     const Key key = options.ReadKeyFor(use);
-    object->SetKey(key.Bytes(), key.Length());
+    const auto setKey = [&] { return object->SetKey(key.Bytes(), key.Length()); };
+    // Of the two ciphers the combined one consists of parts, which the library may fail to find.
+    if constexpr (std::is_void_v<decltype(setKey())>) {
+      setKey();
+    } else if (setKey() == 0) {
+      throw library.Unusable(
+          "cannot work on text, because it does not find itself again: its path must have fewer "
+          "than 260 characters");
+    }
   }
 
   Interface& operator*() const { return *object; }

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 #include <utility>
 
@@ -65,14 +66,45 @@ std::string WithoutLineEnds(const std::string& text) {
   return text.substr(0, text.find_last_not_of('\n') + 1);
 }
 
+// An empty word would not be seen.
+std::string Visible(const std::string& word) { return word.empty() ? "\"\"" : word; }
+
+// The library counts values: "--length: 1 required BYTES missing", "--length: At Most 1 required".
+std::string InPlainWords(const CLI::Error& error) {
+  std::string words = error.what();
+  if (error.get_name() == "ArgumentMismatch") {
+    const std::string option = words.substr(0, words.find(':'));
+    if (words.ends_with(" missing")) {
+      return option + ": its value is missing";
+    }
+    if (words.starts_with(option + ": At Most 1 required")) {
+      return option + ": given more than once";
+    }
+  }
+  return words;
+}
+
 std::string ExplainUsageError(const CLI::App* app, const CLI::Error& error) {
   const std::vector<CLI::App*> commands = app->get_subcommands();
   if (!commands.empty()) {
-    return std::string(error.what()) + "\nSee: cifra " + commands.front()->get_name() + " --help";
+    return InPlainWords(error) + "\nSee: cifra " + commands.front()->get_name() + " --help";
   }
   const std::vector<std::string> unknown = app->remaining();
-  return (unknown.empty() ? "no command given" : "there is no command " + unknown.front()) +
+  const bool isOption = !unknown.empty() && unknown.front().starts_with('-');
+  return (unknown.empty() ? "no command given"
+                          : (isOption ? "there is no option " : "there is no command ") +
+                                Visible(unknown.front())) +
          "\nSee: cifra --help";
+}
+
+// An empty value is a script's unset variable more often than not.
+std::string RefuseEmpty(const std::string& given) { return given.empty() ? "is empty" : ""; }
+
+std::string RefuseAllButNumbers(const std::string& given) {
+  std::uint64_t number = 0;
+  const char* const end = given.data() + given.size();
+  const auto [stop, result] = std::from_chars(given.data(), end, number);
+  return result == std::errc() && stop == end ? "" : Visible(given) + " is not a number of bytes";
 }
 
 }  // namespace
@@ -84,26 +116,17 @@ Command::Option Command::Argument(const char* name, std::optional<std::string>& 
 
 Command::Option Command::Arguments(const char* name, std::vector<std::string>& values,
                                    const std::string& help) {
-  return app.add_option(name, values, help)->type_name("");
+  return app.add_option(name, values, help)->check(RefuseEmpty)->type_name("");
 }
 
 Command::Option Command::Text(const char* names, std::string& value, const char* valueName,
                               const std::string& help) {
-  CLI::Option* const option = app.add_option(names, value, help);
-  // An empty value is a script's unset variable more often than not.
-  option->check(
-      [](const std::string& given) { return given.empty() ? std::string("is empty") : ""; });
-  return option->type_name(valueName);
+  return app.add_option(names, value, help)->check(RefuseEmpty)->type_name(valueName);
 }
 
 Command::Option Command::Number(const char* names, std::optional<std::uint64_t>& value,
                                 const char* valueName, const std::string& help) {
-  CLI::Option* const option = app.add_option(names, value, help);
-  option->check([](const std::string& given) {
-    const bool isNumber = given.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber ? std::string() : given + " is not a number of bytes";
-  });
-  return option->type_name(valueName);
+  return app.add_option(names, value, help)->check(RefuseAllButNumbers)->type_name(valueName);
 }
 
 Command::Option Command::Choice(const char* names, std::string& value,

@@ -12,16 +12,25 @@ namespace {
 constexpr std::size_t kMaxConsoleUnits = 8192;  // a console refuses much longer pieces
 constexpr std::size_t kMaxFileBytes = 1U << 20;
 
+// A stream that takes nothing without calling it an error would be written to for ever.
+bool IsNothing(DWORD written) {
+  if (written == 0) {
+    SetLastError(ERROR_WRITE_FAULT);
+  }
+  return written == 0;
+}
+
 bool WriteConsoleText(HANDLE console, std::wstring_view text) {
   while (!text.empty()) {
     std::size_t units = std::min(text.size(), kMaxConsoleUnits);
     const bool endsInPair = units < text.size() && IS_HIGH_SURROGATE(text[units - 1]);
     units -= endsInPair ? 1 : 0;
     DWORD written = 0;
-    if (!WriteConsoleW(console, text.data(), static_cast<DWORD>(units), &written, nullptr)) {
+    if (!WriteConsoleW(console, text.data(), static_cast<DWORD>(units), &written, nullptr) ||
+        IsNothing(written)) {
       return false;
     }
-    text.remove_prefix(units);
+    text.remove_prefix(written);
   }
   return true;
 }
@@ -30,7 +39,7 @@ bool WriteBytes(HANDLE file, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto count = static_cast<DWORD>(std::min(bytes.size(), kMaxFileBytes));
     DWORD written = 0;
-    if (!WriteFile(file, bytes.data(), count, &written, nullptr)) {
+    if (!WriteFile(file, bytes.data(), count, &written, nullptr) || IsNothing(written)) {
       return false;
     }
     bytes.remove_prefix(written);
@@ -67,10 +76,19 @@ void WriteMessage(std::string_view message) {
 
 bool ReadConsoleLine(HANDLE console, std::string& line) {
   constexpr wchar_t kEndOfInput = 0x1A;  // Ctrl+Z
-  std::wstring units(4096, L'\0');
+  constexpr DWORD kMostUnits = 4096;
+  std::wstring units(kMostUnits + 1, L'\0');
   DWORD count = 0;
-  if (!ReadConsoleW(console, units.data(), static_cast<DWORD>(units.size()), &count, nullptr)) {
+  if (!ReadConsoleW(console, units.data(), kMostUnits, &count, nullptr)) {
     return false;
+  }
+  const wchar_t last = units[count == 0 ? 0 : count - 1];
+  if (count == kMostUnits && (IS_HIGH_SURROGATE(last) || last == L'\r')) {  // a pair was cut
+    DWORD more = 0;
+    if (!ReadConsoleW(console, &units[count], 1, &more, nullptr)) {
+      return false;
+    }
+    count += more;
   }
   units.resize(count);
   units.resize(std::min(units.find(kEndOfInput), units.size()));

@@ -66,7 +66,9 @@ class Collector {
       return;
     }
     const std::size_t before = files.size();
-    Match(L"", name);
+    // A drive alone is a folder, the drive's current one.
+    const std::size_t drive = name.find(L':') == 1 ? 2 : 0;
+    Match(name.substr(0, drive), name.substr(drive));
     if (files.size() == before) {
       problems.Report({ExitCode::kCannotRead, ShownName(name) + ": no file matches"});
     }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Failure.h"
+#include "Hex.h"
 #include "Input.h"
 #include "Progress.h"
 
@@ -14,34 +15,29 @@ constexpr std::size_t kPieceBytes = 1U << 20;
 
 // Of the two interfaces one reports a status and the other cannot fail.
 template <typename Call>
-void Checked(Call call) {
+void Checked(const Input& input, Call call) {
   if constexpr (std::is_void_v<decltype(call())>) {
     call();
   } else if (const std::int32_t status = call(); status != 0) {
-    throw Failure(ExitCode::kInternal,
-                  "the system's hashing service failed (status " + std::to_string(status) + ")");
+    throw Failure(ExitCode::kInternal, input.Name() +
+                                           ": the system's hashing service failed (status " +
+                                           std::to_string(status) + ")");
   }
 }
 
 template <typename Interface>
 std::string DigestOf(Interface& hash, Input& input, Progress& progress) {
-  Checked([&] { return hash.Init(); });
+  Checked(input, [&] { return hash.Init(); });
   std::vector<std::uint8_t> piece(kPieceBytes);
   std::size_t count = 0;
   do {
     count = input.Read(piece);
-    Checked([&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(count)); });
+    Checked(input, [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(count)); });
     progress.Add(count);
   } while (count == piece.size());
   std::uint8_t digest[Interface::kDigestBytes];
-  Checked([&] { return hash.Final(digest); });
-  std::string text;
-  for (const std::uint8_t byte : digest) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 15];
-  }
-  return text;
+  Checked(input, [&] { return hash.Final(digest); });
+  return ToHex(digest);
 }
 
 }  // namespace

@@ -90,12 +90,6 @@ std::size_t Input::TakePending(std::span<std::uint8_t> buffer) {
   return count;
 }
 
-std::uint64_t Input::Size() const {
-  LARGE_INTEGER size{};
-  const bool isKnown = GetFileType(handle) == FILE_TYPE_DISK && GetFileSizeEx(handle, &size);
-  return isKnown ? static_cast<std::uint64_t>(size.QuadPart) : 0;
-}
-
 void Input::Close() { file.reset(); }
 
 }  // namespace client

@@ -23,8 +23,6 @@ class Input {
   // All that is left.
   std::string ReadAll();
 
-  // Bytes in the file; 0 for what has no size, such as a pipe.
-  std::uint64_t Size() const;
   // What to call it in a message, in UTF-8.
   const std::string& Name() const { return name; }
   void Close();

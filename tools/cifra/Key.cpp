@@ -97,7 +97,9 @@ void AddKeyOptions(Command& command, KeyOptions& options) {
 }
 
 Key ReadKey(const KeyOptions& options, KeyUse use) {
-  if (!options.file.empty()) {
+  // Typed, it is asked for in the same way: not shown, and not kept by the input.
+  const bool isTyped = options.ReadsStandardInput() && IsConsole(GetStdHandle(STD_INPUT_HANDLE));
+  if (!options.file.empty() && !isTyped) {
     return KeyFromFile(options.file);
   }
   if (!options.variable.empty()) {

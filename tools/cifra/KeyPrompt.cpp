@@ -6,6 +6,7 @@
 
 #include "Failure.h"
 #include "Handles.h"
+#include "Wiped.h"
 
 namespace client {
 namespace {
@@ -22,20 +23,31 @@ FileHandle OpenConsole(const wchar_t* name) {
   return console;
 }
 
-// Keeps what is typed off the screen for as long as it lives.
+// Keeps what is typed off the screen for as long as it lives. The console outlives the process:
+// Ctrl+C, too, gives it its echo back, before it ends the process. There is one at a time.
 class EchoOff {
  public:
-  explicit EchoOff(HANDLE keyboard) : console(keyboard) {
+  explicit EchoOff(HANDLE keyboard) {
+    console = keyboard;
     GetConsoleMode(console, &mode);
+    SetConsoleCtrlHandler(Restore, TRUE);
     SetConsoleMode(console, ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT);
   }
-  ~EchoOff() { SetConsoleMode(console, mode); }
+  ~EchoOff() {
+    SetConsoleMode(console, mode);
+    SetConsoleCtrlHandler(Restore, FALSE);
+  }
   EchoOff(const EchoOff&) = delete;
   EchoOff& operator=(const EchoOff&) = delete;
 
  private:
-  HANDLE console;
-  DWORD mode = 0;
+  static BOOL WINAPI Restore(DWORD) {
+    SetConsoleMode(console, mode);
+    return FALSE;  // the next handler, the system's, ends the process
+  }
+
+  static inline HANDLE console = nullptr;
+  static inline DWORD mode = 0;
 };
 
 }  // namespace
@@ -48,14 +60,16 @@ std::size_t PromptWithoutEcho(const wchar_t* prompt, std::span<wchar_t> line) {
   {
     const EchoOff echoOff(keyboard.get());
     // One unit at a time: the line may be longer than the room, and no copy of it is left behind.
-    wchar_t unit = 0;
-    DWORD read = 0;
-    while (ReadConsoleW(keyboard.get(), &unit, 1, &read, nullptr) && read == 1 && unit != L'\n') {
-      if (unit != L'\r' && count < line.size()) {
-        line[count++] = unit;
+    Wiped<wchar_t, 1> unit;
+    while (*unit.Data() != L'\n') {
+      DWORD read = 0;
+      if (!ReadConsoleW(keyboard.get(), unit.Data(), 1, &read, nullptr) || read == 0) {
+        throw Failure(ExitCode::kBadKey, "no key: the question for it was not answered");
+      }
+      if (!std::wcschr(L"\r\n", *unit.Data()) && count < line.size()) {
+        line[count++] = *unit.Data();
       }
     }
-    unit = 0;
   }
   WriteConsoleW(screen.get(), L"\n", 1, nullptr, nullptr);
   return count;

@@ -1,5 +1,8 @@
 #include "Output.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "Console.h"
 #include "Failure.h"
 #include "Paths.h"
@@ -24,6 +27,12 @@ bool SetDeleteOnClose(HANDLE file, bool isDeleted) {
   FILE_DISPOSITION_INFO disposition{};
   disposition.DeleteFile = isDeleted;
   return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof(disposition));
+}
+
+// The folder of a path, with the separator behind it; empty for the current one.
+std::wstring FolderOf(const std::wstring& path) {
+  const std::size_t drive = path.find(L':') == 1 ? 2 : 0;
+  return path.substr(0, std::max(path.find_last_of(L"\\/") + 1, drive));
 }
 
 }  // namespace
@@ -57,8 +66,10 @@ Output::~Output() {
 }
 
 void Output::CreateTemporary() {
+  // Not the target's name with something behind it: that may be too long for a name.
+  const std::wstring folder = FolderOf(target);
   for (unsigned attempt = 0; attempt < 100 && !file; ++attempt) {
-    temporary = ForSystem(target + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" +
+    temporary = ForSystem(folder + L"cifra-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
                           std::to_wstring(attempt) + L".tmp");
     file.reset(NullIfInvalid(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
                                          CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)));
@@ -74,12 +85,24 @@ void Output::CreateTemporary() {
 }
 
 void Output::Write(std::string_view bytes) {
+  if (!IsScreen()) {
+    WriteNow(bytes);
+    return;
+  }
+  const std::string text = std::exchange(unfinished, {}).append(bytes);
+  const std::size_t end = text.size() - UnfinishedUtf8(text);
+  unfinished = text.substr(end);
+  WriteNow(std::string_view(text).substr(0, end));
+}
+
+void Output::WriteNow(std::string_view bytes) {
   if (!WriteTo(handle, bytes)) {
     Fail("cannot write");
   }
 }
 
 void Output::Commit() {
+  WriteNow(unfinished);
   if (target.empty()) {
     return;
   }

@@ -31,6 +31,7 @@ class Output {
 
  private:
   void CreateTemporary();
+  void WriteNow(std::string_view bytes);
   [[noreturn]] void Fail(const char* what) const;
 
   std::string name;
@@ -38,6 +39,7 @@ class Output {
   std::wstring temporary;  // set while that file exists
   FileHandle file;
   HANDLE handle = nullptr;
+  std::string unfinished;  // the begin of a character whose end the screen has not been given yet
 };
 
 }  // namespace client

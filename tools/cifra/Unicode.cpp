@@ -73,6 +73,19 @@ std::string Visible(std::string_view utf8) {
   return ToUtf8(visible);
 }
 
+std::size_t UnfinishedUtf8(std::string_view text) {
+  constexpr std::size_t kMostBytes = 4;
+  for (std::size_t count = 1; count < kMostBytes && count <= text.size(); ++count) {
+    const auto byte = static_cast<unsigned char>(text[text.size() - count]);
+    const bool isContinuation = (byte & 0xC0) == 0x80;
+    if (!isContinuation) {
+      const std::size_t size = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+      return size > count ? count : 0;
+    }
+  }
+  return 0;
+}
+
 std::string SystemMessage(DWORD error) {
   wchar_t buffer[512];
   const DWORD length =

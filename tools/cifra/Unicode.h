@@ -22,6 +22,9 @@ std::optional<std::wstring> FromUtf8(std::string_view text);
 // \u202E.
 std::string Visible(std::string_view utf8);
 
+// UnfinishedUtf8 gives the number of bytes at the end that begin a character without ending it.
+std::size_t UnfinishedUtf8(std::string_view text);
+
 // SystemMessage gives the system's words for an error code, with the code: "Access denied (error
 // 5)".
 std::string SystemMessage(DWORD error);

@@ -1,6 +1,7 @@
 #include <windows.h>
 #include <bcrypt.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -16,7 +17,10 @@ struct Hash {
   bool isFinished = false;
 };
 
-test::CngScript script;
+constexpr NTSTATUS kUnsuccessful = static_cast<NTSTATUS>(0xC0000001);
+
+// A test that is not in this process names the failing call in the environment.
+test::CngScript script{std::getenv("CIFRA_FAILING_CNG_CALL"), kUnsuccessful};
 std::string calls;
 std::string callsGiven;
 
