@@ -22,6 +22,10 @@ namespace Cifra {
 // missing file), and nothing of its signatures: the platform's verdict on each one is reported to
 // the observer, and only signatures that it trusts get into the trusted chains.
 //
+// The platform's state of a signature for which it gives no provider data or no signer, as for an
+// unsigned file, stays open on purpose until the process ends: one that verifies many such files
+// grows with each of them.
+//
 // An object serves one caller at a time. The trusted chains add up over all files that the object
 // has seen: use a fresh object for each file where IsSigned or GetTrustedChains is to speak of that
 // file alone.

@@ -13,7 +13,9 @@ namespace kx::rvsdk::AntivirusScan::ObjectInfo {
 struct SignatureInfo {
   // A distinguished name by attribute type: the platform's short name (CN, O, OU, C ...) or, where
   // it has none, a dotted object identifier. The values of a type are in ascending order of their
-  // UTF-8 bytes and free of duplicates. Attributes without a value are absent.
+  // UTF-8 bytes and free of duplicates. They are as the platform writes them into a name, without
+  // the blanks and quotes around them: a quote inside a value stays doubled. Attributes without a
+  // value are absent; one whose value is nothing but blanks or quotes has one empty value.
   using Name = Map<StringT<wchar_t>, List<StringT<wchar_t>>>;
 
   struct Certificate {
@@ -27,7 +29,8 @@ struct SignatureInfo {
     // The signing certificate; empty when it could not be read.
     List<Certificate> certificates;
     // When a time-stamping authority countersigned, in milliseconds since 1970-01-01 00:00:00 UTC;
-    // 0 without a time stamp.
+    // 0 without a time stamp and for one that could not be read. A time before 1970 wraps around
+    // to a number near 2^64; what it was cannot be told from it.
     std::uint64_t timestamp = 0;
   };
 };

@@ -6,10 +6,10 @@
 #include <memory>
 
 #include "Cifra/ResultCodes.h"
+#include "foundation/FileHandle.h"
 #include "foundation/logging/CLogDLL.h"
 #include "foundation/string/HexText.h"
 #include "framework/ExportedObject.h"
-#include "hash/FileHandle.h"
 
 // What the hash objects do alike. Hash is the interface of one, Cifra::IMd5 or Cifra::ISha256.
 
@@ -34,7 +34,7 @@ std::uint32_t HashFileContent(const wchar_t* objectId, const wchar_t* function, 
 
   logging::Log(kInformation, function, L"Checking file %s", path);
   const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kPieceBytes);
-  const FileHandle file = OpenForReading(path);
+  const FileHandle file = OpenForReading(path, FILE_SHARE_READ, 0);
   if (!file) {
     const DWORD error = GetLastError();
     logging::Log(kFailure, function, L"The handle is not valid. Error is %d", error);

@@ -21,18 +21,20 @@ constexpr wchar_t kGetCertificate[] =
 
 // The platform's verdict on the request's current signature.
 LONG Verify(TrustRequest& request, TrustState& state, const bool& onlineCheck) {
-  const HWND noWindow = static_cast<HWND>(INVALID_HANDLE_VALUE);
+  // Tells the service that no user is there. On purpose at the retry only: all other calls pass
+  // null.
+  const HWND noUser = static_cast<HWND>(INVALID_HANDLE_VALUE);
   const LONG result = state.Verify(nullptr);
   if (result == ERROR_SUCCESS || !onlineCheck) {
     return result;
   }
   logging::Log(kFailure, kEnumCertificates, L"WinVerifyTrust failed with error 0x%.8X\n", result);
-  state.Close(noWindow);
+  state.Close(noUser);
   logging::Log(kRetry, kEnumCertificates, L"WinVerifyTrust try again online check");
   // On purpose not set back: the file's further signatures go online at their first attempt, which
   // a caller with an onlineCheck must be prepared to wait for.
   request.data.dwProvFlags = 0;
-  const LONG onlineResult = state.Verify(noWindow);
+  const LONG onlineResult = state.Verify(noUser);
   if (onlineResult != ERROR_SUCCESS) {
     logging::Log(kFailure, kEnumCertificates, L"WinVerifyTrust failed online with error 0x%.8X\n",
                  onlineResult);
@@ -92,15 +94,13 @@ std::uint32_t DigitalSignatureObjectImplementation::GetDigitalSignature(const St
 DWORD DigitalSignatureObjectImplementation::OpenFileHandle() {
   const logging::CTraceScope trace(kOpenFileHandle);
   file.reset();
-  const HANDLE opened = CreateFileW(filePath.CStr(), GENERIC_READ,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (opened == INVALID_HANDLE_VALUE) {
+  file = OpenForReading(filePath.CStr(), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                        FILE_ATTRIBUTE_NORMAL);
+  if (!file) {
     const DWORD error = GetLastError();
     logging::Log(kFailure, kOpenFileHandle, L"Failed to open file with error %d.", error);
     return error;
   }
-  file.reset(opened);
   return ERROR_SUCCESS;
 }
 
@@ -123,7 +123,8 @@ void DigitalSignatureObjectImplementation::HandleSignature(TrustRequest& request
   }
 
   // Where the provider's data or the signer is missing, the state is left open on purpose: a caller
-  // that verifies many such files, unsigned ones above all, sees the process grow.
+  // that verifies many such files, unsigned ones above all, sees the process grow. The handle of
+  // the open state stays in the request, and the verification of the next signature starts with it.
   CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(request.data.hWVTStateData);
   if (!provider) {
     logging::Log(kFailure, kEnumCertificates,

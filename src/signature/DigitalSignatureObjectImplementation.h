@@ -4,10 +4,10 @@
 #include <wincrypt.h>
 #include <wintrust.h>
 
-#include <memory>
 #include <vector>
 
 #include "Cifra/IDigitalSignature.h"
+#include "foundation/FileHandle.h"
 #include "foundation/logging/CLogDLL.h"
 #include "signature/TrustRequest.h"
 
@@ -34,11 +34,6 @@ class DigitalSignatureObjectImplementation : public IDigitalSignature {
 
  private:
   using String = kx::StringT<wchar_t>;
-
-  struct HandleCloser {
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-  };
-  using FileHandle = std::unique_ptr<void, HandleCloser>;
 
   // The walk over the signatures of a file.
   DWORD OpenFileHandle();

@@ -48,6 +48,8 @@ void Split(DsGetRdnFunction& getRdn, const StringT<wchar_t>& name,
       logging::Log(logging::LogLevel::kFailure, kFunction, L"Error %d\n", error);
       return;
     }
+    // On purpose not asked again when trimmed: a value of nothing but blanks or quotes makes its
+    // key present with an empty value.
     if (keyLength != 0 && valueLength != 0) {
       attributes[Element(key, keyLength)].insert(Element(value, valueLength));
       isExhausted = restLength == 0;

@@ -22,6 +22,7 @@ VERDICTS = [
     ("0", "trusted", 0),
     (BAD_DIGEST, "damaged", 10),
     ("80096004", "damaged", 10),
+    ("80096011", "damaged", 10),
     ("800B010C", "revoked", 11),
     ("80092010", "revoked", 11),
     ("800B0109", "untrusted root", 12),
@@ -36,7 +37,6 @@ VERDICTS = [
 ]
 TICKS_IN_1970 = 116444736000000000
 TIME = TICKS_IN_1970 + 1_700_000_000_123 * 10_000  # 2023-11-14T22:13:20.123Z
-# Wine's parser takes a value between quotes at the end only.
 # The quoted value stands last: Wine reads no further behind one.
 SUBJECT = 'O=Größe, OU=B, OU=A, C=DE, CN="Fabrikam, Inc."'
 ISSUER = "CN=Test CA"
@@ -186,6 +186,73 @@ def test_a_run_goes_on_and_its_exit_code_is_the_smallest(played):
 def test_no_files_in_a_folder_is_no_failure(played):
     (played.folder / "empty").mkdir()
     assert records(played.succeed("verify", "-r", "empty", "--format", "json"))["files"] == []
+
+
+def test_a_name_cannot_forge_lines_of_the_report(played):
+    name = "Good\n\nFiles: 9, trusted: 9\r\n\x1b[2K\x7f\x9b1m\u202etxt\u2028"
+    encoded = "".join(f"%{byte:02X}" for byte in name.encode())
+    played.write("f", signature("800B0109", subject=f'O=B, CN="{encoded}"'))
+    result = played("verify", "f")
+    assert result.code == 12
+    lines = result.text.split("\n")
+    shown = r"Good\n\nFiles: 9, trusted: 9\x0D\n\x1B[2K\x7F\x9B1m\u202Etxt\u2028"
+    assert lines[2] == f'    subject:    CN="{shown}", O=B'
+    assert len(lines) == 9 and not any(c in result.text for c in "\r\x1b\x7f\x9b\u202e\u2028")
+    [file] = records(played("verify", "f", "--format", "json"))["files"]
+    assert file["signatures"][0]["subject"]["CN"] == [name]
+    [row] = csv.DictReader(io.StringIO(played("verify", "f", "--format", "csv").text, newline=""))
+    assert row["subject"] == f'CN="{name}", O=B'
+
+
+@pytest.mark.parametrize("value, shown", [
+    ("plain", "plain"), ("a+b", '"a+b"'), ("a;b", '"a;b"'), ("<a>", '"<a>"'), ("#a", '"#a"'), ("a=b", '"a=b"'),
+    ('the "great" a', '"the ""great"" a"'), ("a  b", "a  b"),
+])
+def test_values_are_those_of_the_certificate_and_quoted_as_by_the_system(played, value, shown):
+    quoted = value.replace('"', '""')
+    played.write("f", signature(subject=f'O=B, CN="{quoted}"'))
+    [file] = records(played("verify", "f", "--format", "json"))["files"]
+    assert file["signatures"][0]["subject"] == {"CN": [value], "O": ["B"]}
+    assert f"    subject:    CN={shown}, O=B\n" in played("verify", "f").text
+
+
+def test_standard_input_is_refused(played):
+    played.write("f", signature())
+    for arguments in (["-"], ["f", "-"]):
+        result = played("verify", *arguments, stdin=b"text")
+        assert (result.code, result.bytes) == (2, b"")
+        assert "standard input" in result.error
+
+
+def test_a_library_without_verification_is_not_taken_for_a_file_that_cannot_be_opened(played):
+    library = played.program.parent / "Cifra.dll"
+    names = ["Cifra.DigitalSignature".encode("utf-16-le"), "Cifra.DigitalSignaturX".encode("utf-16-le")]
+    library.write_bytes(library.read_bytes().replace(*names))
+    played.write("f", signature())
+    result = played("verify", "f")
+    assert result.code == 7
+    assert "has no object Cifra.DigitalSignature" in result.error
+    assert "cannot open" not in result.text
+
+
+def test_the_help_says_that_each_file_has_an_object_of_its_own(cifra):
+    text = " ".join(cifra.succeed("verify", "--help").text.split())
+    assert "Each file is verified by an object of the library made for it alone" in text
+    assert "no file is judged by those before it" in text
+
+
+@pytest.mark.parametrize("change", [
+    lambda document: document["summary"].update(other=1),
+    lambda document: document["files"][0]["signatures"][0].update(verdict="unsigned"),
+    lambda document: document["files"][0]["signatures"][0].update(verdict="cannot open"),
+    lambda document: document["files"][0]["signatures"][0].update(code=None),
+])
+def test_the_schema_refuses_what_never_occurs(played, change):
+    played.write("f", signature())
+    document = records(played("verify", "f", "--format", "json"))
+    change(document)
+    with pytest.raises(jsonschema.ValidationError):
+        jsonschema.validate(document, json.loads(SCHEMA.read_text()))
 
 
 def run_tool(*arguments):

@@ -58,10 +58,10 @@ class LogLibrary : public testing::Test {
 
 // Each scenario is an action of the host and the test that runs it.
 
-const ChildAction kOneObject(L"OneObject", [](const auto&) {
+const ChildAction kOneObject(L"OneObject", [](const auto& arguments) {
   CifraLibrary library(test::LibraryBesideProgram());
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
+    const Object<IKxBaseInterface> object(arguments[0].c_str(), library);
     test::PrintLog();
     test::PrintWhetherLogIsLoaded();
   }
@@ -72,8 +72,12 @@ const ChildAction kOneObject(L"OneObject", [](const auto&) {
 
 TEST_F(LogLibrary, OneObject_LoadsAndInitialisesTheLogAndUnloadsItInOrder) {
   host.PutLog();
-  EXPECT_EQ(kLogBegins + Lines{kLogIsLoaded} + kLogEnds + Lines{kLogIsGone},
-            host.Run(L"OneObject"));
+  for (const std::wstring id :
+       {Cifra::kMd5ObjectId, Cifra::kSha256ObjectId, Cifra::kDigitalSignatureObjectId}) {
+    EXPECT_EQ(kLogBegins + Lines{kLogIsLoaded} + kLogEnds + Lines{kLogIsGone},
+              host.Run(L"OneObject", {id}))
+        << std::filesystem::path(id);
+  }
 }
 
 const ChildAction kOverlappingObjects(L"OverlappingObjects", [](const auto&) {

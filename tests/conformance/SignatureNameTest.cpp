@@ -138,6 +138,23 @@ TEST_F(SignatureName, BlanksAndQuotesAroundAValue_AreTakenOff) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}}), Issuer(Encoded({{kCommonName, "\"A\""}})));
 }
 
+// Whether there is a value is asked before it is trimmed.
+TEST_F(SignatureName, AValueOfBlanksOnly_IsAnEmptyOne) {
+  EXPECT_EQ((NameMap{{L"CN", {L"A"}}, {L"OU", {L""}}}),
+            Issuer(Encoded({{kCommonName, "A"}, {kUnit, "   "}})));
+  EXPECT_EQ("32 GetIssuer: Issuer: CN=A, OU=\"   \"", log[0]);
+}
+
+TEST_F(SignatureName, AValueOfQuotesOnly_IsAnEmptyOne) {
+  EXPECT_EQ((NameMap{{L"CN", {L"A"}}, {L"OU", {L""}}}),
+            Issuer(Encoded({{kCommonName, "A"}, {kUnit, "\"\""}})));
+  EXPECT_EQ("32 GetIssuer: Issuer: CN=A, OU=\"\"\"\"\"\"", log[0]);
+}
+
+TEST_F(SignatureName, LineFeeds_AreKept) {
+  EXPECT_EQ((NameMap{{L"CN", {L"A\nB\n"}}}), Issuer(Encoded({{kCommonName, "A\nB\n"}})));
+}
+
 TEST_F(SignatureName, UnicodeNames_AreKept) {
   EXPECT_EQ((NameMap{{L"CN",
                       {L"Gr\xF6\xDF"

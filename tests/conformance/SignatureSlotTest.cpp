@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
-
 #include "signature/ScriptedWalk.h"
+#include "support/Slots.h"
 
 // The verification and its results as a separately built caller uses them: by the numbers of the
 // slots alone.
 namespace {
 
+using Cifra::Test::CallSlot;
 using test::ScriptedSignature;
 using test::Text;
 
@@ -16,14 +16,6 @@ enum ListSlot { kListGetHead = 5, kListRemove = 8, kListCreateEnum, kListCreateC
 enum ListEnumSlot { kListIsValid, kListNext, kListCurrent, kListRelease };
 enum MapSlot { kMapFind = 1, kMapCreateConstEnum = 7, kMapCount = 9 };
 enum EnumSlot { kIsValid, kNext, kKey, kValue, kRelease };
-
-template <typename Result, typename... Arguments>
-Result CallSlot(const void* object, std::size_t slot, Arguments... arguments) {
-  void* const* table;
-  std::memcpy(&table, object, sizeof(table));
-  using Function = Result(const void*, Arguments...);
-  return reinterpret_cast<Function*>(table[slot])(object, arguments...);
-}
 
 class SignatureSlot : public test::ScriptedWalk {
  protected:

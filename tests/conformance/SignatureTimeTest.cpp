@@ -77,6 +77,13 @@ TEST_F(SignatureTime, TimesBefore1970_ComeOutBeyondAllOthers) {
   EXPECT_TRUE(asSigned == -1000 || asSigned == -60'000) << asSigned;
 }
 
+TEST_F(SignatureTime, MillisecondsBefore1970_AreAddedAll) {
+  const std::uint64_t time =
+      TimestampOf({{0x10, FileTime(kEpoch - (60'000 - 123) * kTicksPerMillisecond)}});
+  const auto asSigned = static_cast<std::int64_t>(time);
+  EXPECT_TRUE(asSigned == -1000 + 123 || asSigned == -60'000 + 123) << asSigned;
+}
+
 TEST_F(SignatureTime, AFileTimeWithoutADate_Gives0) {
   EXPECT_EQ(0u, TimestampOf({{0x10, FileTime(0x8000'0000'0000'0000)}}));
   EXPECT_EQ(Lines(), log);

@@ -4,20 +4,15 @@
 #include <vector>
 
 #include "support/CifraLibrary.h"
+#include "support/Slots.h"
 
 // Calls every operation by its slot number in the object's table, as a caller does that shares
 // nothing with the library but the numbers.
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using Cifra::Test::CallSlot;
 using test::Object;
-
-template <typename Result, typename... Arguments>
-Result CallSlot(void* iface, std::size_t slot, Arguments... arguments) {
-  using Operation = Result (*)(void*, Arguments...);
-  const auto* table = *static_cast<Operation* const*>(iface);
-  return table[slot](iface, arguments...);
-}
 
 const Bytes kKey = {1, 2, 3, 4, 5};
 const Bytes kPlain = {'p', 'l', 'a', 'i', 'n', '!', '!', '!'};

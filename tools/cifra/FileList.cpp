@@ -54,11 +54,6 @@ std::vector<Entry> ReadFolder(const std::wstring& folder) {
   return entries;
 }
 
-bool IsFolder(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(ForSystem(path).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
-}
-
 bool HasPattern(std::wstring_view text) { return text.find_first_of(L"*?") != text.npos; }
 
 class Collector {

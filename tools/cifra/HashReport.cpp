@@ -5,13 +5,6 @@
 #include "Console.h"
 
 namespace client {
-namespace {
-
-nlohmann::ordered_json OrNull(const std::string& text) {
-  return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
-}
-
-}  // namespace
 
 const char* HashOutcome::Status() const {
   if (digest.empty()) {

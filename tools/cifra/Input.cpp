@@ -21,13 +21,11 @@ Input::Input(const std::wstring& path) {
     return;
   }
   name = ToUtf8(path);
-  const std::wstring systemPath = ForSystem(path);
-  const DWORD attributes = GetFileAttributesW(systemPath.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+  if (IsFolder(path)) {
     throw Failure(ExitCode::kCannotRead, name + ": is a directory");
   }
   file.reset(NullIfInvalid(CreateFileW(
-      systemPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      ForSystem(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
       nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
   if (!file) {
     throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot open");

@@ -45,8 +45,7 @@ Output::Output(const std::wstring& path) {
   }
   name = ToUtf8(path);
   target = ForSystem(path);
-  const DWORD attributes = GetFileAttributesW(target.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+  if (IsFolder(path)) {
     throw Failure(ExitCode::kCannotWrite, name + ": is a directory");
   }
   file = OpenDevice(target);

@@ -27,4 +27,9 @@ std::wstring FromArgument(const std::string& path) {
   return FromUtf8(path).value_or(std::wstring());  // arguments came from UTF-16, so it always works
 }
 
+bool IsFolder(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(ForSystem(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 }  // namespace client

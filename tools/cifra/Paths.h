@@ -14,4 +14,7 @@ std::wstring ForSystem(const std::wstring& path);
 // FromArgument turns a path from the command line, which is UTF-8, into the system's form.
 std::wstring FromArgument(const std::string& path);
 
+// True for an existing folder.
+bool IsFolder(const std::wstring& path);
+
 }  // namespace client

@@ -28,6 +28,10 @@ std::string CsvLine(const std::vector<std::string>& fields) {
   return line + "\r\n";
 }
 
+nlohmann::ordered_json OrNull(const std::string& text) {
+  return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
+}
+
 void JsonArray::Add(const nlohmann::ordered_json& element) {
   WriteOut((isEmpty ? "[\n" : ",\n") +
            element.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));

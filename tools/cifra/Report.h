@@ -19,6 +19,9 @@ Command::Option AddFormatOption(Command& command, std::string& format);
 // A line of comma-separated values after RFC 4180, its end included.
 std::string CsvLine(const std::vector<std::string>& fields);
 
+// Null for an empty text.
+nlohmann::ordered_json OrNull(const std::string& text);
+
 // JsonArray writes an array to standard output, element by element.
 class JsonArray {
  public:

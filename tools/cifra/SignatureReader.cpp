@@ -1,7 +1,5 @@
 #include "SignatureReader.h"
 
-#include <windows.h>
-
 #include <algorithm>
 
 #include "Cifra/IDigitalSignature.h"
@@ -40,6 +38,14 @@ std::vector<const T*> Elements(const kx::List<T>& list) {
 
 std::string Utf8(const kx::StringT<wchar_t>& text) { return ToUtf8({text.CStr(), text.Length()}); }
 
+// The library leaves quotes inside a value doubled, as the platform writes them into a name.
+std::string WithSingleQuotes(std::string value) {
+  for (std::size_t at = value.find("\"\""); at != value.npos; at = value.find("\"\"", at + 1)) {
+    value.erase(at, 1);
+  }
+  return value;
+}
+
 Name NameFrom(const Cifra::SignatureInfo::Name& map) {
   using Values = kx::List<kx::StringT<wchar_t>>;
   Name name;
@@ -47,7 +53,7 @@ Name NameFrom(const Cifra::SignatureInfo::Name& map) {
   for (; at->IsValid(); at->Next()) {
     std::vector<std::string> values;
     for (const kx::StringT<wchar_t>* value : Elements(*at->Value())) {
-      values.push_back(Utf8(*value));
+      values.push_back(WithSingleQuotes(Utf8(*value)));
     }
     name.emplace_back(Utf8(*at->Key()), std::move(values));
   }
@@ -75,16 +81,14 @@ std::string Signature::Position() const {
 
 std::vector<Signature> ReadSignatures(const CifraLibrary& library, const std::wstring& path,
                                       bool isOnline) {
-  const std::wstring systemPath = ForSystem(path);
-  const DWORD attributes = GetFileAttributesW(systemPath.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+  if (IsFolder(path)) {
     throw Failure(ExitCode::kCannotRead, ToUtf8(path) + ": is a directory");
   }
   Observer observer;
   kx::List<Cifra::Chain> chains;
   const CifraObject<Cifra::IDigitalSignature> verifier(library, Cifra::kDigitalSignatureObjectId);
   verifier->SetObserver(&observer);
-  const DWORD error = verifier->GetDigitalSignature(systemPath.c_str(), chains, isOnline);
+  const DWORD error = verifier->GetDigitalSignature(ForSystem(path).c_str(), chains, isOnline);
   if (error != kCifraSuccess) {
     throw Failure::OfSystem(ExitCode::kCannotRead, ToUtf8(path), "cannot open", error);
   }

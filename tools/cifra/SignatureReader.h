@@ -12,7 +12,8 @@ namespace client {
 
 class CifraLibrary;
 
-// A distinguished name: attribute types with their values, common name first, then by type.
+// A distinguished name: attribute types with their values, common name first, then by type. Values
+// are as in the certificate, but for quotes and blanks at their ends, which the library takes off.
 using Name = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
 // What is known of a signing certificate. Texts are UTF-8.

@@ -52,6 +52,27 @@ std::optional<std::wstring> FromUtf8(std::string_view text) {
   return result;
 }
 
+std::string Visible(std::string_view utf8) {
+  const auto isControl = [](wchar_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x061C ||
+           (unit >= 0x200E && unit <= 0x200F) || (unit >= 0x2028 && unit <= 0x202E) ||
+           (unit >= 0x2066 && unit <= 0x2069);
+  };
+  std::wstring visible;
+  for (const wchar_t unit : FromUtf8(utf8).value_or(std::wstring())) {
+    if (unit == L'\n') {
+      visible += L"\\n";
+    } else if (isControl(unit)) {
+      wchar_t code[8];
+      wsprintfW(code, unit < 0x100 ? L"\\x%02X" : L"\\u%04X", unit);
+      visible += code;
+    } else {
+      visible += unit;
+    }
+  }
+  return ToUtf8(visible);
+}
+
 std::size_t UnfinishedUtf8(std::string_view text) {
   constexpr std::size_t kMostBytes = 4;
   for (std::size_t count = 1; count < kMostBytes && count <= text.size(); ++count) {

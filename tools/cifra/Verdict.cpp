@@ -30,6 +30,7 @@ constexpr TrustResult kResults[] = {
      "the signature of the certificate cannot be verified"},
     {0x80096005, kDamaged, "TRUST_E_TIME_STAMP", "the time stamp is not valid"},
     {0x80096010, kDamaged, "TRUST_E_BAD_DIGEST", "the file was changed after it was signed"},
+    {0x80096011, kDamaged, "TRUST_E_MALFORMED_SIGNATURE", "the signature is malformed"},
     {0x80096019, kNotTrusted, "TRUST_E_BASIC_CONSTRAINTS",
      "a certificate was used to issue another and may not"},
     {0x8009601E, kNotTrusted, "TRUST_E_FINANCIAL_CRITERIA",

@@ -13,7 +13,7 @@ struct Verdict {
   const char* name;  // as in results and summaries, such as "untrusted root"
 };
 
-// All verdicts, the best first.
+// All verdicts, in the order of the summary.
 inline constexpr Verdict kVerdicts[] = {
     {ExitCode::kSuccess, "trusted"},
     {ExitCode::kUnsigned, "unsigned"},

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 
 #include "CifraLibrary.h"
@@ -21,6 +22,10 @@ ExitCode Run(const Options& options) {
   if (options.files.empty()) {
     throw Failure(ExitCode::kUsage, "no FILE given\nSee: cifra verify --help");
   }
+  if (std::ranges::find(options.files, "-") != options.files.end()) {
+    throw Failure(ExitCode::kUsage,
+                  "verify needs files and cannot read standard input\nSee: cifra verify --help");
+  }
   const CifraLibrary library;
   Problems problems;
   const std::vector<std::wstring> files = FileList(options.files, options.isRecursive, problems);
@@ -31,6 +36,9 @@ ExitCode Run(const Options& options) {
       outcome.signatures = ReadSignatures(library, file, options.isOnline);
       problems.Add(outcome.Verdict());
     } catch (const Failure& failure) {
+      if (failure.Code() != ExitCode::kCannotRead) {
+        throw;
+      }
       problems.Report(failure);
       outcome.error = failure.what();
     }

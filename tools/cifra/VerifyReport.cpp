@@ -7,19 +7,33 @@
 #include <nlohmann/json.hpp>
 
 #include "Console.h"
+#include "Unicode.h"
 
 namespace client {
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A value stands between quotes when it would otherwise be taken apart.
+// A value as the platform writes it into a name: between quotes, and those inside doubled, when it
+// would otherwise be taken apart.
+std::string ValueText(const std::string& value) {
+  const bool needsQuotes = value.starts_with(' ') || value.ends_with(' ') ||
+                           value.find_first_of(",+=#;<>\"\n") != std::string::npos;
+  if (!needsQuotes) {
+    return value;
+  }
+  std::string text = "\"";
+  for (const char c : value) {
+    text.append(c == '"' ? 2 : 1, c);
+  }
+  return text + '"';
+}
+
 std::string NameText(const Name& name) {
   std::string text;
   for (const auto& [type, values] : name) {
     for (const std::string& value : values) {
-      const bool needsQuotes = value.find_first_of(",=\"") != std::string::npos;
-      text += (text.empty() ? "" : ", ") + type + "=" + (needsQuotes ? "\"" + value + "\"" : value);
+      text += (text.empty() ? "" : ", ") + type + "=" + ValueText(value);
     }
   }
   return text;
@@ -54,8 +68,6 @@ std::string ResultText(const TrustResult& result) {
   return std::string(VerdictName(result.verdict)) + " (" + result.Hex() + name + ": " +
          result.words + ")";
 }
-
-Json OrNull(const std::string& text) { return text.empty() ? Json() : Json(text); }
 
 Json NameJson(const Name& name) {
   Json object = Json::object();
@@ -121,21 +133,22 @@ std::string OutcomeCsv(const VerifyOutcome& outcome) {
 }
 
 std::string OutcomeText(const VerifyOutcome& outcome) {
+  const std::string file = Visible(outcome.file);
   const TrustResult* gravest = outcome.Gravest();
   if (!gravest) {
-    return outcome.file + ": " + VerdictName(ExitCode::kCannotRead) + "\n";
+    return file + ": " + VerdictName(ExitCode::kCannotRead) + "\n";
   }
   if (gravest->verdict == ExitCode::kUnsigned && outcome.signatures.size() == 1) {
-    return outcome.file + ": " + ResultText(*gravest) + "\n";
+    return file + ": " + ResultText(*gravest) + "\n";
   }
-  std::string text = outcome.file + ": " + VerdictName(gravest->verdict) + "\n";
+  std::string text = file + ": " + VerdictName(gravest->verdict) + "\n";
   for (const Signature& signature : outcome.signatures) {
     const std::string number = signature.index == 0 ? "" : " " + std::to_string(signature.index);
     text += (signature.index == 0 ? "  primary" : "  secondary") + (" signature" + number) + ": " +
             ResultText(signature.result) + "\n";
     if (signature.signer) {
-      text += "    subject:    " + NameText(signature.signer->subject) + "\n";
-      text += "    issuer:     " + NameText(signature.signer->issuer) + "\n";
+      text += "    subject:    " + Visible(NameText(signature.signer->subject)) + "\n";
+      text += "    issuer:     " + Visible(NameText(signature.signer->issuer)) + "\n";
       text += "    serial:     " + signature.signer->serial + "\n";
     }
     const std::string time = TimeText(signature.timestamp);

@@ -34,7 +34,8 @@ using IConstListEnum = IListEnum<const T>;
 // standard library with the module that made it.
 //
 // Elements are copied in and out; an element keeps its address until it is removed. Exhausted
-// memory raises the standard library's exception. One thread at a time may use a list and its
+// memory raises the standard library's exception; an element that is, or holds, a string ends the
+// process when the string gets no memory. One thread at a time may use a list and its
 // enumerators.
 template <typename T>
 class IList {

@@ -35,7 +35,8 @@ using IConstEnum = IEnum<K, const V>;
 // a standard library with the module that made it.
 //
 // Keys and values are copied in and out; both keep their address until the pair is removed.
-// Exhausted memory raises the standard library's exception. One thread at a time may use a map and
+// Exhausted memory raises the standard library's exception; a key or value that is, or holds, a
+// string ends the process when the string gets no memory. One thread at a time may use a map and
 // its enumerators.
 template <typename K, typename V>
 class IMap {

@@ -5,7 +5,7 @@
 //   found        "certificate", "signer" (one without a certificate) or "nothing"
 //   time         of the time stamp, in 100 ns since 1601; 0 for none
 //   serial       hexadecimal
-//   subject, issuer   such as CN=A, O=B
+//   subject, issuer   such as CN=A, O=B; %0A stands for a line feed, and so on
 #include <windows.h>
 
 #include <cstdint>
@@ -36,6 +36,20 @@ std::wstring Wide(const std::string& utf8) {
   return wide;
 }
 
+// %0A and the like as the characters that they stand for.
+std::string Decoded(const std::string& text) {
+  std::string decoded;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '%') {
+      decoded += static_cast<char>(std::stoul(text.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      decoded += text[i];
+    }
+  }
+  return decoded;
+}
+
 test::ScriptedSignature ParseSignature(const std::string& line) {
   const std::vector<std::string> fields = Split(line, '\t');
   test::ScriptedSignature signature;
@@ -54,50 +68,38 @@ test::ScriptedSignature ParseSignature(const std::string& line) {
   for (std::size_t i = serial.size(); i >= 2; i -= 2) {  // least significant byte first
     signature.serial.push_back(static_cast<BYTE>(std::stoul(serial.substr(i - 2, 2), nullptr, 16)));
   }
-  signature.subject = test::EncodedName(Wide(fields.at(4)));
-  signature.issuer = test::EncodedName(Wide(fields.at(5)));
+  signature.subject = test::EncodedName(Wide(Decoded(fields.at(4))));
+  signature.issuer = test::EncodedName(Wide(Decoded(fields.at(5))));
   return signature;
 }
 
-// The script of the file that is being verified.
-test::TrustScript& Script(const wchar_t* path = nullptr) {
-  static test::TrustScript script;
-  static std::wstring current;
-  if (path && current != path) {
+class FilePlayer final : public test::TrustScript {
+ public:
+  LONG Verify(HWND window, const GUID* action, void* data) override {
+    Load(static_cast<const test::TrustDataRecord*>(data)->pFile->pcwszFilePath);
+    return TrustScript::Verify(window, action, data);
+  }
+
+ private:
+  void Load(const std::wstring& path) {
+    if (path == current) {
+      return;
+    }
     current = path;
     std::ifstream file{std::filesystem::path(path)};
-    std::vector<test::ScriptedSignature> signatures;
+    std::vector<test::ScriptedSignature> inFile;
     for (std::string line; std::getline(file, line);) {
-      signatures.push_back(ParseSignature(line));
+      inFile.push_back(ParseSignature(line));
     }
-    script.Play(std::move(signatures));
+    Play(std::move(inFile));
   }
-  return script;
-}
+
+  std::wstring current;
+};
 
 }  // namespace
 
-extern "C" {
-
-LONG WINAPI StandInVerifyTrust(HWND window, GUID* action, LPVOID data) {
-  const wchar_t* path = static_cast<test::TrustDataRecord*>(data)->pFile->pcwszFilePath;
-  return Script(path).Verify(window, action, data);
+test::ITrustPlayer& test::Player() {
+  static FilePlayer player;
+  return player;
 }
-
-CRYPT_PROVIDER_DATA* WINAPI StandInProviderData(HANDLE state) {
-  return Script().ProviderData(state);
-}
-
-CRYPT_PROVIDER_SGNR* WINAPI StandInSigner(CRYPT_PROVIDER_DATA* provider, DWORD index,
-                                          BOOL isCounterSigner, DWORD counterSignerIndex) {
-  return Script().Signer(provider, index, isCounterSigner, counterSignerIndex);
-}
-
-CRYPT_PROVIDER_CERT* WINAPI StandInCertificate(CRYPT_PROVIDER_SGNR* signer, DWORD index) {
-  return Script().Certificate(signer, index);
-}
-
-}  // extern "C"
-
-// Tells this library from the platform's.
-extern "C" void IsStandIn() {}

@@ -7,7 +7,8 @@ namespace test {
 
 // What the recording log.dll saw of a verification since the last call, in short form: "> Function"
 // and "< Function" for the trace lines, "LEVEL Function: text" for the others. The class before the
-// function's name is left off. A line of another form makes the running test fail.
+// function's name, which must be there, is left off; the name builder has its full name. A line of
+// another form makes the running test fail.
 std::vector<std::string> TakeSignatureLog();
 
 // The lines of these that are no trace lines.

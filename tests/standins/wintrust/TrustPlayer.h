@@ -5,7 +5,7 @@
 
 namespace test {
 
-// ITrustPlayer answers for the stand-in wintrust.dll: its four exports pass their calls on as they
+// ITrustPlayer answers for a stand-in wintrust.dll, whose four exports pass their calls on as they
 // come.
 class ITrustPlayer {
  public:
@@ -19,8 +19,11 @@ class ITrustPlayer {
   ~ITrustPlayer() = default;
 };
 
-// The program exports a function of this type and name that gives the player, null when
-// there is none.
+// The player of a wintrust.dll; each one that is built has its own.
+ITrustPlayer& Player();
+
+// A program that is the player itself exports a function of this type and name that gives it, null
+// when there is none.
 using TrustPlayerFunction = ITrustPlayer*();
 inline constexpr char kTrustPlayer[] = "TrustPlayer";
 

@@ -74,6 +74,7 @@ void TrustScript::Play(std::vector<ScriptedSignature> newSignatures) {
 const CERT_CONTEXT* TrustScript::CurrentCertificate() const { return &states.back()->context; }
 
 LONG TrustScript::Verify(HWND window, const GUID* action, void* rawData) {
+  beforeCall();
   auto& data = *static_cast<TrustDataRecord*>(rawData);
   TrustSettingsRecord noSettings{};
   TrustSettingsRecord& settings = data.pSignatureSettings ? *data.pSignatureSettings : noSettings;
@@ -104,6 +105,7 @@ LONG TrustScript::Verify(HWND window, const GUID* action, void* rawData) {
 }
 
 CRYPT_PROVIDER_DATA* TrustScript::ProviderData(HANDLE handle) {
+  beforeCall();
   events.push_back("provider data");
   State* state = Find(handle);
   return state->signature->hasProviderData ? &state->provider : nullptr;
@@ -111,6 +113,7 @@ CRYPT_PROVIDER_DATA* TrustScript::ProviderData(HANDLE handle) {
 
 CRYPT_PROVIDER_SGNR* TrustScript::Signer(CRYPT_PROVIDER_DATA* provider, DWORD index,
                                          BOOL isCounterSigner, DWORD counterSignerIndex) {
+  beforeCall();
   State* state = Find(provider);
   if (index != 0) {
     Fail("signer index");
@@ -128,6 +131,7 @@ CRYPT_PROVIDER_SGNR* TrustScript::Signer(CRYPT_PROVIDER_DATA* provider, DWORD in
 }
 
 CRYPT_PROVIDER_CERT* TrustScript::Certificate(CRYPT_PROVIDER_SGNR* signer, DWORD index) {
+  beforeCall();
   events.push_back("certificate " + std::to_string(index));
   State* state = Find(signer);
   return state->signature->hasCertificate ? &state->certificate : nullptr;

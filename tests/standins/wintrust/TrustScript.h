@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "TrustPlayer.h"
@@ -68,15 +70,18 @@ struct VerifyCall {
 
 // TrustScript plays a file's signatures to the library under test by way of the stand-in
 // wintrust.dll, which must be the one that is loaded.
-class TrustScript final : public ITrustPlayer {
+class TrustScript : public ITrustPlayer {
  public:
   TrustScript();
-  ~TrustScript();
+  virtual ~TrustScript();
 
   // Plays these signatures from now on, primary one first; forgets the calls so far.
   void Play(std::vector<ScriptedSignature> newSignatures);
   // Takes the settings out of the request when it is verified, as no service should.
   void ClearSettingsAtVerify() { clearsSettings = true; }
+
+  // Has something done first at each call of the service.
+  void BeforeEachCall(std::function<void()> action) { beforeCall = std::move(action); }
 
   const std::vector<VerifyCall>& VerifyCalls() const { return verifyCalls; }
   // All calls, and what the test added, in one order.
@@ -104,6 +109,7 @@ class TrustScript final : public ITrustPlayer {
   std::vector<std::string> events;
   std::vector<std::unique_ptr<State>> states;
   bool clearsSettings = false;
+  std::function<void()> beforeCall = [] {};
 };
 
 // A distinguished name, such as L"CN=A, O=\"B, C\"", as a certificate holds it.

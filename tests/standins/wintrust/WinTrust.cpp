@@ -1,19 +1,7 @@
-// A wintrust.dll that has no opinion of its own: the program that loaded it answers every call.
+// The exports of a wintrust.dll that has no opinion of its own: a player answers every call.
 #include "TrustPlayer.h"
-#include "foundation/Fatal.h"
-#include "foundation/ModuleHandle.h"
 
-namespace {
-
-test::ITrustPlayer& Player() {
-  auto* get =
-      FindProcedure<test::TrustPlayerFunction>(GetModuleHandleW(nullptr), test::kTrustPlayer);
-  test::ITrustPlayer* player = get ? get() : nullptr;
-  kx::Require(player != nullptr);
-  return *player;
-}
-
-}  // namespace
+using test::Player;
 
 extern "C" {
 
@@ -34,7 +22,7 @@ CRYPT_PROVIDER_CERT* WINAPI StandInCertificate(CRYPT_PROVIDER_SGNR* signer, DWOR
   return Player().Certificate(signer, index);
 }
 
-}  // extern "C"
-
 // Tells this library from the platform's.
-extern "C" void IsStandIn() {}
+void IsStandIn() {}
+
+}  // extern "C"
