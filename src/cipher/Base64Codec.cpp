@@ -17,12 +17,12 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// The two characters of every 12 bits: half as many look-ups as with one character each.
-using CharacterPair = std::array<char, 2>;
+// The two characters of every 12 bits, the first one in the low byte: half as many look-ups as with
+// one character each.
 constexpr auto kPairs = [] {
-  std::array<CharacterPair, 4096> pairs{};
+  std::array<std::uint16_t, 4096> pairs{};
   for (std::size_t i = 0; i < pairs.size(); ++i) {
-    pairs[i] = {kAlphabet[i / 64], kAlphabet[i % 64]};
+    pairs[i] = static_cast<std::uint16_t>(kAlphabet[i / 64] | kAlphabet[i % 64] << 8);
   }
   return pairs;
 }();
@@ -48,24 +48,29 @@ constexpr auto kValues = [] {
 // Shorter input is not worth the call of a kernel.
 constexpr std::size_t kLeastForKernel = 24;
 
+const std::uint8_t* ToBytes(const char* text) {
+  return reinterpret_cast<const std::uint8_t*>(text);
+}
+
 void PutPair(std::uint64_t bits, char* output) {
-  std::memcpy(output, kPairs[bits].data(), sizeof(CharacterPair));
+  std::memcpy(output, &kPairs[bits & 0xFFF], sizeof(kPairs[0]));
 }
 
 // Two groups, of the first 6 of the 8 bytes that are read. Opaque, or the compiler reads the bytes
 // that are needed one by one.
 void EncodeTwoGroups(const std::uint8_t* input, char* output) {
   const std::uint64_t bits = kx::Opaque(kx::LoadBigEndian64(input));
-  for (std::size_t i = 0; i < 4; ++i) {
-    PutPair(bits >> (52 - 12 * i) & 0xFFF, output + 2 * i);
-  }
+  PutPair(bits >> 52, output);
+  PutPair(bits >> 40, output + 2);
+  PutPair(bits >> 28, output + 4);
+  PutPair(bits >> 16, output + 6);
 }
 
 void EncodeGroup(const std::uint8_t* input, char* output) {
   const std::uint32_t bits = static_cast<std::uint32_t>(input[0]) << 16 |
                              static_cast<std::uint32_t>(input[1]) << 8 | input[2];
   PutPair(bits >> 12, output);
-  PutPair(bits & 0xFFF, output + 2);
+  PutPair(bits, output + 2);
 }
 
 // The last 1 or 2 bytes.
@@ -83,17 +88,17 @@ void EncodeRest(const std::uint8_t* input, std::size_t inputLength, char* output
   }
 }
 
-const std::uint8_t* ToBytes(const char* text) {
-  return reinterpret_cast<const std::uint8_t*>(text);
-}
-
-std::uint32_t Value(std::uint64_t character, std::size_t place) {
+std::uint32_t Value(std::uint32_t character, std::size_t place) {
   return kValues[place][character & 0xFF];
 }
 
-// The word of the group whose characters are the low 4 bytes.
-std::uint32_t DecodeGroup(std::uint64_t text) {
-  return Value(text, 0) | Value(text >> 8, 1) | Value(text >> 16, 2) | Value(text >> 24, 3);
+// Two characters are taken out of one word, two are read by themselves: with all four of a kind
+// either the arithmetic or the reading would be the bottleneck. Opaque, or the compiler would
+// decide.
+std::uint32_t DecodeGroup(const std::uint8_t* text) {
+  const std::uint32_t word = kx::Opaque(kx::LoadLittleEndian32(text));
+  const std::uint8_t* const rest = kx::Opaque(text);
+  return Value(word, 0) | Value(word >> 8, 1) | Value(rest[2], 2) | Value(rest[3], 3);
 }
 
 bool IsAlwaysUsable() { return true; }
@@ -152,28 +157,36 @@ bool DecodeWith(const Kernel& kernel, const char* text, std::size_t textLength,
     output += done / 4 * 3;
   }
   std::uint32_t joined = 0;
-  // Whole words are stored, whose last byte the next group overwrites; not so in the last group.
-  const auto decodeGroup = [&joined](std::uint64_t group, std::uint8_t* bytes) {
-    const std::uint32_t word = DecodeGroup(group);
+  const auto decodeGroup = [&joined](const char* group) {
+    const std::uint32_t word = DecodeGroup(ToBytes(group));
     joined |= word;
-    kx::StoreLittleEndian32(word, bytes);
+    return word;
   };
+  // Whole words are stored, whose last byte the next group overwrites; not so in the last group.
   for (; textLength > 8; textLength -= 8, text += 8, output += 6) {
-    const std::uint64_t groups = kx::Opaque(kx::LoadLittleEndian64(ToBytes(text)));
-    decodeGroup(groups, output);
-    decodeGroup(groups >> 32, output + 3);
+    kx::StoreLittleEndian32(decodeGroup(text), output);
+    kx::StoreLittleEndian32(decodeGroup(text + 4), output + 3);
   }
-  for (; textLength > 4; textLength -= 4, text += 4, output += 3) {
-    decodeGroup(kx::LoadLittleEndian32(ToBytes(text)), output);
+  if (textLength > 4) {
+    kx::StoreLittleEndian32(decodeGroup(text), output);
+    textLength -= 4;
+    text += 4;
+    output += 3;
   }
-  std::uint32_t last = 0;
-  for (std::size_t place = 0; place < textLength; ++place) {
-    last |= Value(ToBytes(text)[place], place);
+  if (textLength == 4) {
+    const std::uint32_t word = decodeGroup(text);
+    std::memcpy(output, &word, 3);
+  } else if (textLength >= 2) {
+    const bool isPair = textLength == 3;
+    const std::uint32_t word = Value(ToBytes(text)[0], 0) | Value(ToBytes(text)[1], 1) |
+                               (isPair ? Value(ToBytes(text)[2], 2) : 0);
+    joined |= word;
+    output[0] = static_cast<std::uint8_t>(word);
+    if (isPair) {
+      output[1] = static_cast<std::uint8_t>(word >> 8);
+    }
   }
-  for (std::size_t i = 0; i < textLength * 3 / 4; ++i) {
-    output[i] = static_cast<std::uint8_t>(last >> 8 * i);
-  }
-  return ((joined | last) & kForeign) == 0;
+  return (joined & kForeign) == 0;
 }
 
 void Encode(const std::uint8_t* input, std::size_t inputLength, char* output, bool addPadding) {

@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 namespace kx {
@@ -22,12 +23,13 @@ inline std::uint64_t LoadLittleEndian64(const std::uint8_t* bytes) {
   return word;
 }
 
+// The exchange of bytes is asked for by name: not every compiler finds it in a loop.
 inline std::uint64_t LoadBigEndian64(const std::uint8_t* bytes) {
-  std::uint64_t word = 0;
-  for (int i = 0; i < 8; ++i) {  // compilers make one load and one exchange of bytes of this
-    word = word << 8 | bytes[i];
-  }
-  return word;
+#if defined(_MSC_VER) && !defined(__clang__)
+  return _byteswap_uint64(LoadLittleEndian64(bytes));
+#else
+  return __builtin_bswap64(LoadLittleEndian64(bytes));
+#endif
 }
 
 inline void StoreLittleEndian32(std::uint32_t word, std::uint8_t* bytes) {
