@@ -19,28 +19,23 @@ PROCESSORS = {"N1": "neoverse-n1", "V2": "neoverse-v2"}
 REPETITIONS = 50
 
 
-class Loop(NamedTuple):
-    """A loop, and what one turn of it does."""
+class HotCode(NamedTuple):
+    """What the time is spent in: the largest loop of a function, or a function without one."""
 
     name: str
     source: str
     function: str  # begins the demangled name
-    data_bytes: int
-    rounds: int  # of a block, or steps; 1 where a turn has no parts
-    blocks: int = 1
-    # A loop that a call runs through only so many times is modelled with the code around it, and the
-    # data is that of the whole call. Otherwise 0.
-    turns: int = 0
+    data_bytes: int  # of a turn, or a call
+    parts: int  # rounds of a block, or steps; 1 where there are none
 
 
-LOOPS = [
-    Loop("Blowfish encrypt", "src/cipher/BlowfishEngine.cpp",
-         "void (anonymous namespace)::CipherGroup<((anonymous namespace)::Direction)0, 8", 64, 2, 8, 8),
-    Loop("Blowfish decrypt", "src/cipher/BlowfishEngine.cpp",
-         "void (anonymous namespace)::CipherGroup<((anonymous namespace)::Direction)1, 8", 64, 2, 8, 8),
-    Loop("MD5", "src/hash/Md5Engine.cpp", "(anonymous namespace)::Transform", 64, 64),
-    Loop("Base64 encode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::EncodeNeon", 48, 1),
-    Loop("Base64 decode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::DecodeNeon", 48, 1),
+CIPHER_GROUP = "void (anonymous namespace)::CipherGroup<((anonymous namespace)::Direction)"
+HOT_CODE = [
+    HotCode("Blowfish encrypt", "src/cipher/BlowfishEngine.cpp", CIPHER_GROUP + "0, 8", 64, 8 * 16),
+    HotCode("Blowfish decrypt", "src/cipher/BlowfishEngine.cpp", CIPHER_GROUP + "1, 8", 64, 8 * 16),
+    HotCode("MD5", "src/hash/Md5Engine.cpp", "(anonymous namespace)::Transform", 64, 64),
+    HotCode("Base64 encode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::EncodeNeon", 48, 1),
+    HotCode("Base64 decode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::DecodeNeon", 48, 1),
 ]
 
 
@@ -68,7 +63,7 @@ def lines_of(function, text):
 
 
 def largest_loop(lines):
-    """The first and the last line of the innermost loop with the most instructions."""
+    """The lines of the innermost loop with the most of them; all lines where there is no loop."""
     labels = {match[1]: i for i, line in enumerate(lines) if (match := re.match(r"(\.\w+):", line))}
     loops = []
     for i, line in enumerate(lines):
@@ -77,7 +72,8 @@ def largest_loop(lines):
             loops.append((labels[target[1]], i))
     innermost = [loop for loop in loops if not any(other != loop and loop[0] <= other[0] and other[1] <= loop[1]
                                                    for other in loops)]
-    return max(innermost, key=lambda loop: loop[1] - loop[0])
+    first, last = max(innermost, key=lambda loop: loop[1] - loop[0], default=(0, len(lines) - 1))
+    return lines[first:last + 1]
 
 
 def instructions(lines):
@@ -94,19 +90,28 @@ def cycles(code, processor):
     return int(re.search(r"Total Cycles:\s+(\d+)", output)[1]) / REPETITIONS
 
 
-def model(loop, text):
-    lines = lines_of(loop.function, text)
-    first, last = largest_loop(lines)
-    body = lines[first:last + 1]
-    turn = instructions(body)
-    code = turn
-    if loop.turns:
-        code = instructions(lines[:first]) + turn * loop.turns + instructions(lines[last + 1:])
+def spills(lines):
+    """How often a value is moved out of the registers or back; what a function must save at its begin
+    and restore at its end does not count."""
+    inside, count = True, 0
+    for line in lines:
+        if ".seh_proc" in line or ".seh_startepilogue" in line:
+            inside = False
+        elif ".seh_endprologue" in line or ".seh_endepilogue" in line:
+            inside = True
+        elif inside and ("Spill" in line or "Reload" in line):
+            count += 1
+    return count
+
+
+def model(hot, text):
+    body = largest_loop(lines_of(hot.function, text))
+    code = instructions(body)
     return {
-        "name": loop.name,
-        "instructions": round(len(turn) / loop.rounds / loop.blocks, 1),
-        "spills": sum("Spill" in line or "Reload" in line for line in body),
-        "cyclesPerByte": {name: round(cycles(code, cpu) / loop.data_bytes, 2) for name, cpu in PROCESSORS.items()},
+        "name": hot.name,
+        "instructions": round(len(code) / hot.parts, 1),
+        "spills": spills(body),
+        "cyclesPerByte": {name: round(cycles(code, cpu) / hot.data_bytes, 2) for name, cpu in PROCESSORS.items()},
     }
 
 
@@ -114,8 +119,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--json", action="store_true", help="print the figures as JSON")
     arguments = parser.parse_args()
-    texts = {source: assembly(source) for source in {loop.source for loop in LOOPS}}
-    figures = [model(loop, texts[loop.source]) for loop in LOOPS]
+    texts = {source: assembly(source) for source in {hot.source for hot in HOT_CODE}}
+    figures = [model(hot, texts[hot.source]) for hot in HOT_CODE]
     if arguments.json:
         print(json.dumps(figures, indent=2))
         return

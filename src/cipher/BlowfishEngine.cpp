@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "cipher/BlowfishTables.h"
-#include "foundation/AlwaysInline.h"
 #include "foundation/ByteOrder.h"
 #include "foundation/Fatal.h"
 #include "foundation/Opaque.h"
+#include "foundation/Optimizing.h"
 #include "foundation/Wipe.h"
 
 using Cifra::BlowfishTables::kInitialP;
@@ -100,6 +100,33 @@ KX_ALWAYS_INLINE void RunRound(std::uint64_t (&states)[kCount], const Boxes& box
   }
 }
 
+template <std::size_t kCount>
+KX_ALWAYS_INLINE void RunTwoRounds(std::uint64_t (&states)[kCount], std::uint64_t pair,
+                                   const Boxes& boxes) {
+  for (std::uint64_t& state : states) {
+    state ^= pair;
+  }
+  RunRound(states, boxes);
+  RunRound(states, boxes);
+}
+
+// All rounds. The widest group's are written out, which saves the counting; a message has but one
+// of the others.
+template <Direction kDirection, std::size_t kCount>
+KX_ALWAYS_INLINE void RunRounds(std::uint64_t (&states)[kCount], const std::uint32_t* p,
+                                const Boxes& boxes) {
+  if constexpr (kCount == kWidth) {
+    KX_UNROLL_8
+    for (std::size_t number = 0; number < kPairs - 1; ++number) {
+      RunTwoRounds(states, Pair<kDirection>(p, number), boxes);
+    }
+  } else {
+    for (std::size_t number = 0; number < kPairs - 1; ++number) {
+      RunTwoRounds(states, Pair<kDirection>(p, number), boxes);
+    }
+  }
+}
+
 // Ciphers kCount neighbouring blocks at once. Where a block comes from and goes to memory it is
 // opaque, lest GCC moves the states into vector registers and back.
 template <Direction kDirection, std::size_t kCount>
@@ -109,14 +136,7 @@ void CipherGroup(const std::uint32_t* p, const Boxes& boxes, const std::uint8_t*
   for (std::size_t i = 0; i < kCount; ++i) {
     states[i] = kx::Opaque(kx::LoadLittleEndian64(input + i * kBlockBytes));
   }
-  for (std::size_t number = 0; number < kPairs - 1; ++number) {
-    const std::uint64_t pair = Pair<kDirection>(p, number);
-    for (std::uint64_t& state : states) {
-      state ^= pair;
-    }
-    RunRound(states, boxes);
-    RunRound(states, boxes);
-  }
+  RunRounds<kDirection>(states, p, boxes);
   const std::uint64_t pair = Pair<kDirection>(p, kPairs - 1);
   for (std::size_t i = 0; i < kCount; ++i) {
     const std::uint64_t block = kx::Opaque(std::rotl(states[i] ^ pair, 32));
