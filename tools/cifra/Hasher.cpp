@@ -35,7 +35,7 @@ std::string DigestOf(Interface& hash, Input& input, Progress& progress) {
     Checked(input, [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(count)); });
     progress.Add(count);
   } while (count == piece.size());
-  std::uint8_t digest[Interface::kDigestBytes];
+  std::uint8_t digest[Interface::kDigestBytes] = {};
   Checked(input, [&] { return hash.Final(digest); });
   return ToHex(digest);
 }
