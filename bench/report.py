@@ -13,6 +13,7 @@ import matplotlib
 
 matplotlib.use("svg")
 import matplotlib.pyplot as plt  # noqa: E402  (after the backend was chosen)
+import matplotlib.ticker  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DATA = ROOT / "docs/benchmarks"
@@ -73,18 +74,20 @@ class Results:
         return statistics.median(self.times[row, library, size])
 
     def speed(self, row, library, size):
-        """Megabytes a second; for the key schedule, keys."""
-        amount = 1 if row == "blowfish-key" else size
+        """Megabytes a second; for the key schedule, thousands of keys."""
+        amount = 1000 if row == "blowfish-key" else size
         return amount / self.nanoseconds(row, library, size) * 1e9 / MEGA
 
     def rows(self):
-        return list(dict.fromkeys(row for row, _, _ in self.times))
+        return sorted({row for row, _, _ in self.times})
 
     def sizes(self, row):
         return sorted({size for r, _, size in self.times if r == row})
 
     def libraries(self, row):
-        return list(dict.fromkeys(library for r, library, _ in self.times if r == row))
+        """Ours first."""
+        return sorted({library for r, library, _ in self.times if r == row},
+                      key=lambda library: (library not in OURS, library))
 
     def ratio(self, row, size, ours="cifra", peer=None):
         """How many times as fast as the peer, or the best of them, we are."""
@@ -93,7 +96,7 @@ class Results:
 
     def data(self):
         return [{"row": row, "library": library, "size": size, "nanoseconds": times}
-                for (row, library, size), times in self.times.items()]
+                for (row, library, size), times in sorted(self.times.items())]
 
 
 def size_name(size):
@@ -160,11 +163,10 @@ def engine_tables(results):
     parts = []
     for row in results.rows():
         libraries = results.libraries(row)
-        unit = "million keys a second" if row == "blowfish-key" else "MB/s"
-        lines = [[size_name(size)] + [f"{results.speed(row, library, size):.{2 if unit[0] == 'm' else 0}f}"
-                                      for library in libraries] + [f"{results.ratio(row, size):.2f}"]
-                 for size in results.sizes(row)]
-        parts.append(f"### {row}\n\n{unit[0].upper() + unit[1:]}; the last column is Cifra over the best peer.\n\n" +
+        unit = "Thousand keys a second" if row == "blowfish-key" else "MB/s"
+        lines = [[size_name(size)] + [f"{results.speed(row, library, size):.0f}" for library in libraries] +
+                 [f"{results.ratio(row, size):.2f}"] for size in results.sizes(row)]
+        parts.append(f"### {row}\n\n{unit}; the last column is Cifra over the best peer.\n\n" +
                      table(["Input"] + libraries + ["ratio"], lines))
     return "\n\n".join(parts)
 
@@ -187,14 +189,19 @@ def library_table(library):
 
 def chart(results, path):
     rows = [row for row in results.rows() if row != "blowfish-key"]
+    libraries = list(dict.fromkeys(library for row in rows for library in results.libraries(row)))
+    color = {library: f"C{i}" for i, library in enumerate(sorted(libraries))}
     figure, panels = plt.subplots(len(rows), 1, figsize=(8, 4 * len(rows)), layout="constrained")
     for panel, row in zip(panels, rows):
         for library in results.libraries(row):
-            ours = library in OURS
+            width, marker, order = (2.5, "o", 3) if library in OURS else (1.2, ".", 2)
             panel.plot(results.sizes(row), [results.speed(row, library, size) for size in results.sizes(row)],
-                       label=library, linewidth=2.5 if ours else 1.2, marker="o" if ours else ".", zorder=3 if ours else 2)
-        panel.set(title=row, xscale="log", yscale="log", xlabel="input, bytes", ylabel="MB/s")
+                       label=library, color=color[library], linewidth=width, marker=marker, zorder=order)
+        panel.set(title=row, yscale="log", xlabel="input", ylabel="MB/s")
         panel.set_xscale("log", base=2)
+        panel.set_xticks(results.sizes(row), [size_name(size) for size in results.sizes(row)], fontsize="small")
+        for axis in (panel.yaxis.set_major_formatter, panel.yaxis.set_minor_formatter):
+            axis(matplotlib.ticker.LogFormatter(minor_thresholds=(2, 1)))
         panel.grid(alpha=0.3)
         panel.legend(fontsize="small")
     plt.rcParams["svg.hashsalt"] = "cifra"  # the same data gives the same file
@@ -275,6 +282,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     for name in ("clang", "gcc", "library", "model"):
         parser.add_argument(f"--{name}", required=True, type=pathlib.Path, help=f"the {name} results (JSON)")
+    parser.add_argument("--commit", required=True, help="what was measured")
     parser.add_argument("--dll", action="append", default=[], metavar="CPU=FILE", help="a stripped Cifra.dll")
     arguments = parser.parse_args()
     documents = {name: json.loads(getattr(arguments, name).read_text()) for name in ("clang", "gcc", "library", "model")}
@@ -283,9 +291,8 @@ def main():
     sizes = {cpu: pathlib.Path(file).stat().st_size for cpu, file in (dll.split("=", 1) for dll in arguments.dll)}
 
     DATA.mkdir(parents=True, exist_ok=True)
-    commit = first_line("git", "-C", str(ROOT), "rev-parse", "--short", "HEAD")
     compilers = {"clang": first_line("clang++-19", "--version"), "gcc": first_line("g++", "--version")}
-    context = {"machine": machine(), "commit": commit, "date": documents["clang"]["context"]["date"][:10]}
+    context = {"machine": machine(), "commit": arguments.commit, "date": documents["clang"]["context"]["date"][:10]}
     for name, results in {**engines, "library": library}.items():
         content = {**context, "compiler": compilers.get(name, compilers["clang"]), "results": results.data()}
         text = json.dumps(content, indent=1)
@@ -300,7 +307,7 @@ def main():
     models = model_rows(documents["model"])
     PAGE.write_text(PAGE_TEXT.format(
         setting=table(["", ""], [["Machine", context["machine"]], ["Compilers", "; ".join(compilers.values())],
-                                 ["Commit", commit], ["Date", context["date"]]]),
+                                 ["Commit", arguments.commit], ["Date", context["date"]]]),
         repetitions=len(next(iter(engines["clang"].times.values()))), gcc_share=GCC_SHARE,
         goals=table(["Row", "against", "goal", "Clang", "", "GCC", ""], goals),
         library_goals=table(["", "goal", "measured", ""], library_goals),
