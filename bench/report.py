@@ -249,7 +249,8 @@ What bounds the rows, as found on x64:
 - Base64 without vector instructions is bound by the number of instructions for encoding, and by
   arithmetic and reading alike for decoding. Tried and slower: single words stored for several look-ups
   (with Clang), all characters read by themselves or all taken out of words. Tables for pairs of
-  characters to decode would not fit the first-level cache. It runs only on processors before 2006.
+  characters to decode would not fit the first-level cache. Only processors without SSSE3, from
+  before 2011, need it.
 - `HashFile` reads and digests in turn, so copying from the system's cache adds to the digest's time.
 
 ## ARM64, by model
