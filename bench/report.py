@@ -244,7 +244,7 @@ What bounds the rows, as found on x64:
 - Blowfish on many blocks is bound by arithmetic: 10.6 instructions a round and block for the four
   units of the processor that this page was made on give 5.3 cycles a byte at best. Tried and slower:
   bytes taken through memory instead of registers, halves in registers of their own, 4 to 7 blocks at
-  once, rotations at other places; a hundred orders of the instructions of a round differ by 12 %.
+  once, rotations at other places; some ninety orders of the instructions of a round differ by 12 %.
 - A single block, and the key schedule, are chains of look-ups that nothing can fill.
 - Base64 without vector instructions is bound by the number of instructions for encoding, and by
   arithmetic and reading alike for decoding. Tried and slower: single words stored for several look-ups

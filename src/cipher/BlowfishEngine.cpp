@@ -62,7 +62,7 @@ KX_ALWAYS_INLINE std::uint64_t Round(std::uint64_t state, const Boxes& boxes) {
   // Compilers take the second and fourth byte with a shift and a mask and schedule the blocks into
   // each other until states are spilled; the registers with an addressable second byte make it one
   // instruction each. The boxes are reached by offsets, to save registers. The order, and which of
-  // the look-ups are joined with the arithmetic, are the fastest of a hundred that were tried.
+  // the look-ups are joined with the arithmetic, are among the fastest of some ninety tried.
   std::uint64_t low, second, third, fourth;
   asm("movl %k[state], %k[third]\n\t"
       "movzbl %b[state], %k[low]\n\t"
