@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "Cifra/IBlowfishAndBase64.h"
 #include "CommandLine.h"
 
 namespace client {
@@ -11,9 +12,9 @@ namespace client {
 // Key holds the key's bytes and wipes them when it goes.
 class Key {
  public:
-  static constexpr std::size_t kMaxBytes = 56;
+  static constexpr std::size_t kMaxBytes = Cifra::IBlowfishAndBase64::kMaxKeyBytes;
 
-  // source names the place the bytes came from. Failure kBadKey unless there are 1 to 56.
+  // source names the place the bytes came from. Failure kBadKey unless there are 1 to kMaxBytes.
   Key(const std::uint8_t* data, std::size_t size, const std::string& source);
   ~Key();
   Key(const Key&) = delete;
