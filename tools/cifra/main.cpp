@@ -7,11 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "Commands.h"
-#include "Console.h"
-#include "Failure.h"
-#include "Handles.h"
-#include "Unicode.h"
+#include "cipher/CipherCommands.h"
+#include "hash/HashCommand.h"
+#include "program/VersionCommand.h"
+#include "system/Console.h"
+#include "system/Failure.h"
+#include "system/Handles.h"
+#include "system/Unicode.h"
+#include "verify/VerifyCommand.h"
 
 namespace client {
 namespace {

@@ -1,0 +1,63 @@
+#include "hash/HashReport.h"
+
+#include <nlohmann/json.hpp>
+
+#include "system/Console.h"
+
+namespace client {
+
+const char* HashOutcome::Status() const {
+  if (digest.empty()) {
+    return "unreadable";
+  }
+  return expected.empty() ? "hashed" : digest == expected ? "ok" : "failed";
+}
+
+HashReport::HashReport(const Style& wanted) : style(wanted) {
+  if (style.format == kCsvFormat) {
+    WriteOut(CsvLine({"file", "algorithm", "digest", "expected", "status", "error"}));
+  }
+}
+
+void HashReport::Add(const HashOutcome& outcome) {
+  if (style.format == kCsvFormat) {
+    WriteOut(CsvLine({outcome.file, outcome.algorithm->name, outcome.digest, outcome.expected,
+                      outcome.Status(), outcome.error}));
+  } else if (style.format == kJsonFormat) {
+    json.Add({{"file", outcome.file},
+              {"algorithm", outcome.algorithm->name},
+              {"digest", OrNull(outcome.digest)},
+              {"expected", OrNull(outcome.expected)},
+              {"status", outcome.Status()},
+              {"error", OrNull(outcome.error)}});
+  } else if (!style.hidesText) {
+    AddText(outcome);
+  }
+}
+
+void HashReport::AddText(const HashOutcome& outcome) {
+  if (outcome.expected.empty()) {
+    if (!outcome.digest.empty()) {
+      WriteOut(FormatChecksumLine({outcome.algorithm, outcome.digest, outcome.file}, style.line));
+    }
+    return;
+  }
+  const bool isOk = outcome.digest == outcome.expected;
+  if (isOk && style.hidesOk) {
+    return;
+  }
+  // As coreutils have it: here, only a line end makes the name an escaped one.
+  const bool isEscaped = outcome.file.find('\n') != std::string::npos;
+  WriteOut((isEscaped ? "\\" + EscapedName(outcome.file) : outcome.file) +
+           (isOk                     ? ": OK\n"
+            : outcome.digest.empty() ? ": FAILED open or read\n"
+                                     : ": FAILED\n"));
+}
+
+void HashReport::End() {
+  if (style.format == kJsonFormat) {
+    json.End();
+  }
+}
+
+}  // namespace client

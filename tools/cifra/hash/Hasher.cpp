@@ -1,0 +1,67 @@
+#include "hash/Hasher.h"
+
+#include <type_traits>
+#include <vector>
+
+#include "program/Hex.h"
+#include "program/Progress.h"
+#include "system/Failure.h"
+#include "system/Input.h"
+
+namespace client {
+namespace {
+
+constexpr std::size_t kPieceBytes = 1U << 20;
+
+// Of the two interfaces one reports a status and the other cannot fail.
+template <typename Call>
+void Checked(const Input& input, Call call) {
+  if constexpr (std::is_void_v<decltype(call())>) {
+    call();
+  } else if (const std::int32_t status = call(); status != 0) {
+    throw Failure(ExitCode::kInternal, input.Name() +
+                                           ": the system's hashing service failed (status " +
+                                           std::to_string(status) + ")");
+  }
+}
+
+template <typename Interface>
+std::string DigestOf(Interface& hash, Input& input, Progress& progress) {
+  Checked(input, [&] { return hash.Init(); });
+  std::vector<std::uint8_t> piece(kPieceBytes);
+  std::size_t count = 0;
+  do {
+    count = input.Read(piece);
+    Checked(input, [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(count)); });
+    progress.Add(count);
+  } while (count == piece.size());
+  std::uint8_t digest[Interface::kDigestBytes] = {};
+  Checked(input, [&] { return hash.Final(digest); });
+  return ToHex(digest);
+}
+
+}  // namespace
+
+const Algorithm* AlgorithmOfDigits(std::size_t digits) {
+  for (const Algorithm* algorithm : {&kMd5, &kSha256}) {
+    if (algorithm->digits == digits) {
+      return algorithm;
+    }
+  }
+  return nullptr;
+}
+
+std::string Hasher::Digest(const Algorithm& algorithm, Input& input, Progress& progress) {
+  if (&algorithm == &kMd5) {
+    if (!md5) {
+      md5.emplace(library, Cifra::kMd5ObjectId);
+    }
+    return DigestOf(**md5, input, progress);
+  }
+  if (!sha256) {
+    sha256.emplace(library, Cifra::kSha256ObjectId);
+  }
+  return DigestOf(**sha256, input, progress);
+}
+
+}  // namespace client

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Cifra/IMd5.h"
+#include "Cifra/ISha256.h"
+#include "program/CifraLibrary.h"
+
+namespace client {
+
+class Input;
+class Progress;
+
+struct Algorithm {
+  const char* name;  // as on the command line
+  const char* tag;   // as in a list of digests
+  std::size_t digits;
+};
+inline constexpr Algorithm kMd5{"md5", "MD5", 32};
+inline constexpr Algorithm kSha256{"sha256", "SHA256", 64};
+
+// The algorithm whose digests have so many hexadecimal digits; null when there is none.
+const Algorithm* AlgorithmOfDigits(std::size_t digits);
+
+// Hasher makes digests with the library's objects, which it creates when they are needed.
+class Hasher {
+ public:
+  explicit Hasher(const CifraLibrary& owner) : library(owner) {}
+
+  // The digest of all that is left of the input, in lower-case hexadecimal digits.
+  std::string Digest(const Algorithm& algorithm, Input& input, Progress& progress);
+
+ private:
+  const CifraLibrary& library;
+  std::optional<CifraObject<Cifra::IMd5>> md5;
+  std::optional<CifraObject<Cifra::ISha256>> sha256;
+};
+
+}  // namespace client

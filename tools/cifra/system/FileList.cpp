@@ -1,0 +1,211 @@
+#include "system/FileList.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+#include "system/Failure.h"
+#include "system/Handles.h"
+#include "system/Paths.h"
+#include "system/Problems.h"
+#include "system/Unicode.h"
+
+namespace client {
+namespace {
+
+constexpr wchar_t kExactPrefix[] = L"\\\\?\\";  // what follows it is taken literally
+
+struct Entry {
+  std::wstring name;
+  bool isFolder = false;
+  bool isLink = false;
+};
+
+std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
+  const bool needsSeparator = !folder.empty() && !std::wcschr(L"/\\:", folder.back());
+  return folder + (needsSeparator ? L"/" : L"") + name;
+}
+
+// All that is in a folder; the empty name is the current one.
+std::vector<Entry> ReadFolder(const std::wstring& folder) {
+  WIN32_FIND_DATAW data{};
+  const FindHandle search(NullIfInvalid(
+      FindFirstFileExW(ForSystem(Joined(folder, L"*")).c_str(), FindExInfoBasic, &data,
+                       FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH)));
+  const auto fail = [&folder] {
+    throw Failure::OfSystem(ExitCode::kCannotRead, folder.empty() ? "." : ShownName(folder),
+                            "cannot list");
+  };
+  if (!search) {
+    fail();
+  }
+  std::vector<Entry> entries;
+  do {
+    const std::wstring name = data.cFileName;
+    if (name != L"." && name != L"..") {
+      entries.push_back({name, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+                         (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0});
+    }
+  } while (FindNextFileW(search.get(), &data));
+  if (GetLastError() != ERROR_NO_MORE_FILES) {
+    fail();
+  }
+  std::ranges::sort(entries, {}, &Entry::name);
+  return entries;
+}
+
+bool HasPattern(std::wstring_view text) { return text.find_first_of(L"*?") != text.npos; }
+
+class Collector {
+ public:
+  Collector(bool recursive, Problems& reported) : isRecursive(recursive), problems(reported) {}
+
+  void Add(const std::wstring& name) {
+    if (name.starts_with(kExactPrefix) || !HasPattern(name)) {
+      AddNamed(name);
+      return;
+    }
+    const std::size_t before = files.size();
+    // A drive alone is a folder, the drive's current one.
+    const std::size_t drive = name.find(L':') == 1 ? 2 : 0;
+    Match(name.substr(0, drive), name.substr(drive));
+    if (files.size() == before) {
+      problems.Report({ExitCode::kCannotRead, ShownName(name) + ": no file matches"});
+    }
+  }
+
+  std::vector<std::wstring> files;
+
+ private:
+  void AddNamed(const std::wstring& path) {
+    if (isRecursive && IsFolder(path)) {
+      Walk(path);
+    } else {
+      files.push_back(path);
+    }
+  }
+
+  void Walk(const std::wstring& folder) {
+    for (const Entry& entry : List(folder)) {
+      const std::wstring path = Joined(folder, entry.name);
+      if (!entry.isFolder) {
+        files.push_back(path);
+      } else if (!entry.isLink) {
+        Walk(path);
+      }
+    }
+  }
+
+  // Finds what the rest of a path, below the folder, stands for.
+  void Match(const std::wstring& folder, const std::wstring& rest) {
+    const std::size_t end = std::min(rest.find_first_of(L"/\\"), rest.size());
+    const std::size_t next = std::min(rest.find_first_not_of(L"/\\", end), rest.size());
+    const std::wstring part = rest.substr(0, end);
+    if (!HasPattern(part)) {
+      // With the separators as they are: they may be those of a drive or of a server's share.
+      Match(folder + rest.substr(0, next), rest.substr(next));
+      return;
+    }
+    for (const Entry& entry : List(folder)) {
+      if (!MatchesPattern(entry.name, part)) {
+        continue;
+      }
+      const std::wstring path = Joined(folder, entry.name);
+      if (next < rest.size()) {
+        MatchBelow(entry, path, rest.substr(next));
+      } else if (!entry.isFolder) {
+        files.push_back(path);
+      } else if (isRecursive && !entry.isLink) {
+        Walk(path);
+      }
+    }
+  }
+
+  void MatchBelow(const Entry& entry, const std::wstring& path, const std::wstring& rest) {
+    if (!entry.isFolder) {
+      return;
+    }
+    if (HasPattern(rest)) {
+      Match(path + L"/", rest);
+    } else if (GetFileAttributesW(ForSystem(Joined(path, rest)).c_str()) !=
+               INVALID_FILE_ATTRIBUTES) {
+      AddNamed(Joined(path, rest));
+    }
+  }
+
+  std::vector<Entry> List(const std::wstring& folder) {
+    try {
+      return ReadFolder(folder);
+    } catch (const Failure& failure) {
+      problems.Report(failure);
+      return {};
+    }
+  }
+
+  bool isRecursive;
+  Problems& problems;
+};
+
+wchar_t Folded(wchar_t unit) {
+  CharUpperBuffW(&unit, 1);
+  return unit;
+}
+
+}  // namespace
+
+std::vector<std::wstring> FileList(const std::vector<std::string>& names, bool isRecursive,
+                                   Problems& problems) {
+  Collector collector(isRecursive, problems);
+  for (const std::string& name : names) {
+    collector.Add(FromArgument(name));
+  }
+  return std::move(collector.files);
+}
+
+bool MatchesPattern(std::wstring_view text, std::wstring_view pattern) {
+  if (pattern == L"*.*") {
+    return true;
+  }
+  // The last * seen, and where in the text what it stands for ends: it grows when the rest fails.
+  std::size_t star = pattern.npos;
+  std::size_t starEnd = 0;
+  std::size_t at = 0;
+  std::size_t t = 0;
+  while (t < text.size()) {
+    if (at < pattern.size() && pattern[at] == L'*') {
+      star = at++;
+      starEnd = t;
+    } else if (at < pattern.size() &&
+               (pattern[at] == L'?' || Folded(pattern[at]) == Folded(text[t]))) {
+      ++at;
+      ++t;
+    } else if (star != pattern.npos) {
+      at = star + 1;
+      t = ++starEnd;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of(L'*', at) == pattern.npos;
+}
+
+std::string ShownName(const std::wstring& path) {
+  std::string name = ToUtf8(path);
+  if (!path.starts_with(kExactPrefix)) {
+    std::ranges::replace(name, '\\', '/');
+  }
+  return name;
+}
+
+std::uint64_t TotalSize(const std::vector<std::wstring>& paths) {
+  std::uint64_t total = 0;
+  for (const std::wstring& path : paths) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (GetFileAttributesExW(ForSystem(path).c_str(), GetFileExInfoStandard, &data)) {
+      total += (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
+    }
+  }
+  return total;
+}
+
+}  // namespace client

@@ -1,0 +1,95 @@
+#include "system/Input.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "system/Console.h"
+#include "system/Failure.h"
+#include "system/Paths.h"
+#include "system/Unicode.h"
+
+namespace client {
+
+Input::Input(const std::wstring& path) {
+  if (path == kStandardStream) {
+    name = "standard input";
+    handle = NullIfInvalid(GetStdHandle(STD_INPUT_HANDLE));
+    if (!handle) {
+      throw Failure(ExitCode::kCannotRead, name + ": there is none");
+    }
+    isConsole = IsConsole(handle);
+    return;
+  }
+  name = ToUtf8(path);
+  if (IsFolder(path)) {
+    throw Failure(ExitCode::kCannotRead, name + ": is a directory");
+  }
+  file.reset(NullIfInvalid(CreateFileW(
+      ForSystem(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
+  if (!file) {
+    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot open");
+  }
+  handle = file.get();
+}
+
+Input Input::OfText(std::string text) {
+  Input input;
+  input.name = "the text";
+  input.pending = std::move(text);
+  return input;
+}
+
+std::size_t Input::Read(std::span<std::uint8_t> buffer) {
+  std::size_t filled = 0;
+  while (filled < buffer.size()) {
+    const std::size_t count = ReadSome(buffer.subspan(filled));
+    if (count == 0) {
+      break;
+    }
+    filled += count;
+  }
+  return filled;
+}
+
+std::string Input::ReadAll() {
+  std::string all;
+  std::string piece(1U << 16, '\0');
+  for (;;) {
+    const std::size_t count = Read({reinterpret_cast<std::uint8_t*>(piece.data()), piece.size()});
+    all.append(piece, 0, count);
+    if (count < piece.size()) {
+      return all;
+    }
+  }
+}
+
+std::size_t Input::ReadSome(std::span<std::uint8_t> buffer) {
+  if (isConsole && pending.empty() && !ReadConsoleLine(handle, pending)) {
+    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot read");
+  }
+  if (isConsole || !handle) {
+    return TakePending(buffer);
+  }
+  DWORD count = 0;
+  const auto room = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 1U << 22));
+  if (!ReadFile(handle, buffer.data(), room, &count, nullptr)) {
+    const DWORD error = GetLastError();
+    if (error == ERROR_BROKEN_PIPE) {  // the writer closed its end
+      return 0;
+    }
+    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot read", error);
+  }
+  return count;
+}
+
+std::size_t Input::TakePending(std::span<std::uint8_t> buffer) {
+  const std::size_t count = std::min(pending.size(), buffer.size());
+  std::memcpy(buffer.data(), pending.data(), count);
+  pending.erase(0, count);
+  return count;
+}
+
+void Input::Close() { file.reset(); }
+
+}  // namespace client

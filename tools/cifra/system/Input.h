@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "system/Handles.h"
+
+namespace client {
+
+// Input reads a file, or standard input under the name "-". Whatever fails is a Failure kCannotRead
+// that names the file.
+class Input {
+ public:
+  explicit Input(const std::wstring& path);
+  // Reads a text that is there already, from the command line.
+  static Input OfText(std::string text);
+
+  // Fills the buffer, unless the input ends before. Returns the bytes read; fewer than the buffer
+  // has room for only at the end.
+  std::size_t Read(std::span<std::uint8_t> buffer);
+  // All that is left.
+  std::string ReadAll();
+
+  // What to call it in a message, in UTF-8.
+  const std::string& Name() const { return name; }
+  void Close();
+
+ private:
+  Input() = default;
+  std::size_t ReadSome(std::span<std::uint8_t> buffer);
+  std::size_t TakePending(std::span<std::uint8_t> buffer);
+
+  std::string name;
+  FileHandle file;          // owned; empty for standard input
+  HANDLE handle = nullptr;  // where to read from; null for a text
+  bool isConsole = false;
+  std::string pending;  // the text, or the line of a console, that nobody took yet
+};
+
+}  // namespace client
