@@ -9,7 +9,7 @@
 #include "cipher/Base64Kernel.h"
 #include "cipher/CpuFeatures.h"
 #include "foundation/ByteOrder.h"
-#include "foundation/Opaque.h"
+#include "foundation/ValueBarrier.h"
 
 namespace Cifra::Base64Codec {
 
@@ -59,7 +59,7 @@ void PutPair(std::uint64_t bits, char* output) {
 // Two groups, of the first 6 of the 8 bytes that are read. Opaque, or the compiler reads the bytes
 // that are needed one by one.
 void EncodeTwoGroups(const std::uint8_t* input, char* output) {
-  const std::uint64_t bits = kx::Opaque(kx::LoadBigEndian64(input));
+  const std::uint64_t bits = kx::ValueBarrier(kx::LoadBigEndian64(input));
   PutPair(bits >> 52, output);
   PutPair(bits >> 40, output + 2);
   PutPair(bits >> 28, output + 4);
@@ -96,8 +96,8 @@ std::uint32_t Value(std::uint32_t character, std::size_t place) {
 // either the arithmetic or the reading would be the bottleneck. Opaque, or the compiler would
 // decide.
 std::uint32_t DecodeGroup(const std::uint8_t* text) {
-  const std::uint32_t word = kx::Opaque(kx::LoadLittleEndian32(text));
-  const std::uint8_t* const rest = kx::Opaque(text);
+  const std::uint32_t word = kx::ValueBarrier(kx::LoadLittleEndian32(text));
+  const std::uint8_t* const rest = kx::ValueBarrier(text);
   return Value(word, 0) | Value(word >> 8, 1) | Value(rest[2], 2) | Value(rest[3], 3);
 }
 

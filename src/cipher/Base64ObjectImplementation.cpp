@@ -5,7 +5,7 @@
 
 #include "Cifra/ResultCodes.h"
 #include "cipher/Base64Codec.h"
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ std::size_t PaddingCount(const std::string& text) {
 }  // namespace
 
 void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
-  return AnswerInterface<Cifra::IBase64>(this, iid);
+  return QueryInterfaceOf<Cifra::IBase64>(this, iid);
 }
 
 void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,

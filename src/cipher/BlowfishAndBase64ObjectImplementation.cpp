@@ -5,7 +5,7 @@
 #include "foundation/BoundedCopy.h"
 #include "foundation/Wipe.h"
 #include "foundation/string/Utf8.h"
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ BlowfishAndBase64ObjectImplementation::~BlowfishAndBase64ObjectImplementation() 
 }
 
 void* BlowfishAndBase64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
-  return AnswerInterface<Cifra::IBlowfishAndBase64>(this, iid);
+  return QueryInterfaceOf<Cifra::IBlowfishAndBase64>(this, iid);
 }
 
 std::uint32_t BlowfishAndBase64ObjectImplementation::SetKey(const std::uint8_t* newKey,
@@ -31,7 +31,7 @@ std::uint32_t BlowfishAndBase64ObjectImplementation::SetKey(const std::uint8_t* 
     return kFailure;
   }
   if (newKeyLength != 0) {
-    kx::Require(newKey != nullptr);
+    kx::FatalUnless(newKey != nullptr);
     std::memcpy(key, newKey, newKeyLength);
   }
   keyLength = newKeyLength;

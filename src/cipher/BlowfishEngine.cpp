@@ -8,9 +8,9 @@
 
 #include "cipher/BlowfishTables.h"
 #include "foundation/ByteOrder.h"
+#include "foundation/CompilerHints.h"
 #include "foundation/Fatal.h"
-#include "foundation/Opaque.h"
-#include "foundation/Optimizing.h"
+#include "foundation/ValueBarrier.h"
 #include "foundation/Wipe.h"
 
 using Cifra::BlowfishTables::kInitialP;
@@ -32,10 +32,10 @@ enum class Direction { kEncipher, kDecipher };
 
 struct Boxes {
   explicit Boxes(const std::uint32_t* s)
-      : s0(kx::Opaque(s)),
-        s1(kx::Opaque(s + kBoxWords)),
-        s2(kx::Opaque(s + 2 * kBoxWords)),
-        s3(kx::Opaque(s + 3 * kBoxWords)) {}
+      : s0(kx::ValueBarrier(s)),
+        s1(kx::ValueBarrier(s + kBoxWords)),
+        s2(kx::ValueBarrier(s + 2 * kBoxWords)),
+        s3(kx::ValueBarrier(s + 3 * kBoxWords)) {}
 
   // Opaque to each other: ARM64 adds no offset to an indexed address, so that a box reached through
   // another one's pointer would cost an addition a lookup.
@@ -134,12 +134,12 @@ void CipherGroup(const std::uint32_t* p, const Boxes& boxes, const std::uint8_t*
                  std::uint8_t* output) {
   std::uint64_t states[kCount];
   for (std::size_t i = 0; i < kCount; ++i) {
-    states[i] = kx::Opaque(kx::LoadLittleEndian64(input + i * kBlockBytes));
+    states[i] = kx::ValueBarrier(kx::LoadLittleEndian64(input + i * kBlockBytes));
   }
   RunRounds<kDirection>(states, p, boxes);
   const std::uint64_t pair = Pair<kDirection>(p, kPairs - 1);
   for (std::size_t i = 0; i < kCount; ++i) {
-    const std::uint64_t block = kx::Opaque(std::rotl(states[i] ^ pair, 32));
+    const std::uint64_t block = kx::ValueBarrier(std::rotl(states[i] ^ pair, 32));
     kx::StoreLittleEndian64(block, output + i * kBlockBytes);
   }
 }
@@ -184,8 +184,8 @@ inline void RunRounds(const std::uint32_t* p, const std::uint32_t* s, std::uint3
   for (std::size_t i = 2; i < kPWords; i += 2) {
     r ^= F(s, l);
     // Opaque so that P's word is added while F is still looked up, and not behind it.
-    l = kx::Opaque(l ^ p[i]) ^ F(s, r);
-    r = kx::Opaque(r ^ p[i + 1]);
+    l = kx::ValueBarrier(l ^ p[i]) ^ F(s, r);
+    r = kx::ValueBarrier(r ^ p[i + 1]);
   }
   left = r;
   right = l;
@@ -224,7 +224,7 @@ class_blowfish::~class_blowfish() {
 }
 
 void class_blowfish::Initialize(const std::uint8_t* key, std::int32_t keyLength) {
-  kx::Require(key && keyLength >= 1);
+  kx::FatalUnless(key && keyLength >= 1);
   std::memcpy(pArray.get(), kInitialP, sizeof(kInitialP));
   std::memcpy(sBoxes.get(), kInitialS, sizeof(kInitialS));
   const std::size_t keyBytes = static_cast<std::size_t>(keyLength);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ const std::uint8_t* ResizeFor(const std::uint8_t* input, std::vector<std::uint8_
 }  // namespace
 
 void* BlowfishObjectImplementation::QueryInterface(const InterfaceId& iid) {
-  return AnswerInterface<Cifra::IBlowfish>(this, iid);
+  return QueryInterfaceOf<Cifra::IBlowfish>(this, iid);
 }
 
 void BlowfishObjectImplementation::SetKey(const std::uint8_t* key, std::int32_t keyLength) {

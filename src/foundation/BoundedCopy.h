@@ -12,10 +12,10 @@ namespace kx {
 // fit ends the process: a runtime whose bounds-checked copy comes back with an error instead of
 // doing so is helped along.
 inline void CopyBounded(char* destination, std::size_t room, const char* text) {
-  Require(strcpy_s(destination, room, text) == 0);
+  FatalUnless(strcpy_s(destination, room, text) == 0);
 }
 inline void CopyBounded(wchar_t* destination, std::size_t room, const wchar_t* text) {
-  Require(wcscpy_s(destination, room, text) == 0);
+  FatalUnless(wcscpy_s(destination, room, text) == 0);
 }
 
 }  // namespace kx

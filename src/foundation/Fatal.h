@@ -25,8 +25,8 @@ namespace kx {
 #endif
 }
 
-// Require ends the process unless condition holds.
-inline void Require(bool condition) noexcept {
+// FatalUnless ends the process unless condition holds.
+inline void FatalUnless(bool condition) noexcept {
   if (!condition) {
     Fatal();
   }

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+namespace kx {
+
 struct HandleCloser {
   void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
@@ -18,3 +20,5 @@ inline FileHandle OpenForReading(const wchar_t* path, DWORD sharing, DWORD flags
       CreateFileW(path, GENERIC_READ, sharing, nullptr, OPEN_EXISTING, flags, nullptr);
   return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
+
+}  // namespace kx

@@ -5,6 +5,8 @@
 #include <memory>
 #include <type_traits>
 
+namespace kx {
+
 // This library's own module: the image that contains the code.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 inline HMODULE OwnModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
@@ -22,3 +24,5 @@ Function* FindProcedure(HMODULE module, const char* name) {
   // By way of void*: the compilers warn of casts between unlike function types.
   return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
+
+}  // namespace kx

@@ -44,11 +44,11 @@ class ExportedObject {
 
  private:
   bool Create() {
-    createFunction = FindProcedure<KxCreateObjectFunction>(module.get(), "KxCreateObject");
+    createFunction = kx::FindProcedure<KxCreateObjectFunction>(module.get(), "KxCreateObject");
     if (!createFunction) {
       return false;
     }
-    destroyFunction = FindProcedure<KxDestroyObjectFunction>(module.get(), "KxDestroyObject");
+    destroyFunction = kx::FindProcedure<KxDestroyObjectFunction>(module.get(), "KxDestroyObject");
     if (!destroyFunction) {
       return false;
     }
@@ -62,7 +62,7 @@ class ExportedObject {
     return iface != nullptr;
   }
 
-  ModuleHandle module;
+  kx::ModuleHandle module;
   IKxBaseInterface* object = nullptr;
 
  public:

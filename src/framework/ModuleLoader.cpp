@@ -28,15 +28,15 @@ void AppendFileName(kx::StringT<wchar_t>& path, const wchar_t* fileName) {
   if (!path.IsEmpty()) {
     const wchar_t last = path.CStr()[path.Length() - 1];
     if (last != L'\\' && last != L'/') {
-      kx::Require(path.Append(L"\\"));
+      kx::FatalUnless(path.Append(L"\\"));
     }
   }
-  kx::Require(path.Append(fileName));
+  kx::FatalUnless(path.Append(fileName));
 }
 
 // A path that is unknown or cut off at kPathRoom makes one that does not exist, so that the load
 // fails.
-ModuleHandle LoadBeside(HMODULE neighbour, DWORD flags) {
+kx::ModuleHandle LoadBeside(HMODULE neighbour, DWORD flags) {
   kx::FixedStringBuffer<wchar_t, kPathRoom> frame;
   kx::StringT<wchar_t> path(frame);
   wchar_t* text = path.GetBuffer(kPathRoom);
@@ -46,16 +46,16 @@ ModuleHandle LoadBeside(HMODULE neighbour, DWORD flags) {
   }
   path.ReleaseBuffer();
   AppendFileName(path, kLibraryFile);
-  return ModuleHandle(LoadLibraryExW(path.CStr(), nullptr, flags));
+  return kx::ModuleHandle(LoadLibraryExW(path.CStr(), nullptr, flags));
 }
 
 }  // namespace
 
-ModuleHandle LoadCifraLibrary() {
+kx::ModuleHandle LoadCifraLibrary() {
   const DWORD flags = LoadFlags();
-  ModuleHandle module = LoadBeside(nullptr, flags);
+  kx::ModuleHandle module = LoadBeside(nullptr, flags);
   if (!module) {
-    module = LoadBeside(OwnModule(), flags);
+    module = LoadBeside(kx::OwnModule(), flags);
   }
   return module;
 }

@@ -6,4 +6,4 @@
 // this library, and from nowhere else. A file of that name beside the host program wins over the
 // running library. Null when there is neither; where the path of the host program's or this
 // library's own file has 260 characters or more, its directory is not searched.
-ModuleHandle LoadCifraLibrary();
+kx::ModuleHandle LoadCifraLibrary();

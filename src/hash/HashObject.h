@@ -18,7 +18,7 @@ template <typename Hash>
 void WriteHashString(Hash& hash, kx::StringT<wchar_t>& output) {
   std::uint8_t digest[Hash::kDigestBytes] = {};  // zeros are shown when the service fails
   hash.Final(digest);
-  kx::Require(output.Assign(nullptr));
+  kx::FatalUnless(output.Assign(nullptr));
   for (const std::uint8_t byte : digest) {
     kx::AppendHex(output, byte, kx::kUpperHexDigits);
   }
@@ -34,7 +34,7 @@ std::uint32_t HashFileContent(const wchar_t* objectId, const wchar_t* function, 
 
   logging::Log(kInformation, function, L"Checking file %s", path);
   const auto buffer = std::make_unique_for_overwrite<std::uint8_t[]>(kPieceBytes);
-  const FileHandle file = OpenForReading(path, FILE_SHARE_READ, 0);
+  const kx::FileHandle file = kx::OpenForReading(path, FILE_SHARE_READ, 0);
   if (!file) {
     const DWORD error = GetLastError();
     logging::Log(kFailure, function, L"The handle is not valid. Error is %d", error);

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "foundation/ByteOrder.h"
-#include "foundation/Opaque.h"
+#include "foundation/ValueBarrier.h"
 #include "foundation/Wipe.h"
 
 namespace {
@@ -41,14 +41,14 @@ template <std::size_t kRound>
 inline std::uint32_t AddMix(std::uint32_t early, std::uint32_t b, std::uint32_t c,
                             std::uint32_t d) {
   if constexpr (kRound == 0) {
-    return kx::Opaque(early) + (d ^ (b & (c ^ d)));
+    return kx::ValueBarrier(early) + (d ^ (b & (c ^ d)));
   } else if constexpr (kRound == 1) {
     // The two terms of G have no bit in common: adding them is joining them, one addition ahead.
-    return kx::Opaque(early + (c & ~d)) + (b & d);
+    return kx::ValueBarrier(early + (c & ~d)) + (b & d);
   } else if constexpr (kRound == 2) {
-    return kx::Opaque(early) + (kx::Opaque(c ^ d) ^ b);
+    return kx::ValueBarrier(early) + (kx::ValueBarrier(c ^ d) ^ b);
   } else {
-    return kx::Opaque(early) + (c ^ (b | ~d));
+    return kx::ValueBarrier(early) + (c ^ (b | ~d));
   }
 }
 
@@ -92,7 +92,8 @@ void Pad(std::uint8_t (&block)[kBlockBytes], std::size_t index) {
   std::uint8_t* word = block + index / kWordBytes * kWordBytes;
   const std::uint64_t text = kx::LoadLittleEndian64(word) & ~(~std::uint64_t{0} << shift);
   kx::StoreLittleEndian64(text | std::uint64_t{kPaddingStart} << shift, word);
-  const std::uint64_t zero = kx::Opaque(std::uint64_t{0});  // or GCC would call memset after all
+  const std::uint64_t zero =
+      kx::ValueBarrier(std::uint64_t{0});  // or GCC would call memset after all
   while ((word += kWordBytes) != std::end(block)) {
     kx::StoreLittleEndian64(zero, word);
   }

@@ -1,7 +1,7 @@
 #include "hash/Md5ObjectImplementation.h"
 
 #include "Cifra/ObjectIds.h"
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 #include "hash/HashObject.h"
 
 static_assert(Cifra::IMd5::kDigestBytes == kMd5DigestBytes);
@@ -12,7 +12,7 @@ Md5ObjectImplementation::Md5ObjectImplementation() {
 }
 
 void* Md5ObjectImplementation::QueryInterface(const InterfaceId& iid) {
-  return AnswerInterface<Cifra::IMd5>(this, iid);
+  return QueryInterfaceOf<Cifra::IMd5>(this, iid);
 }
 
 void Md5ObjectImplementation::Init() { Md5Init(context); }

@@ -1,7 +1,7 @@
 #include "hash/Sha256ObjectImplementation.h"
 
 #include "Cifra/ObjectIds.h"
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 #include "hash/HashObject.h"
 
 Sha256ObjectImplementation::Sha256ObjectImplementation() {
@@ -10,7 +10,7 @@ Sha256ObjectImplementation::Sha256ObjectImplementation() {
 }
 
 void* Sha256ObjectImplementation::QueryInterface(const InterfaceId& iid) {
-  return AnswerInterface<Cifra::ISha256>(this, iid);
+  return QueryInterfaceOf<Cifra::ISha256>(this, iid);
 }
 
 std::int32_t Sha256ObjectImplementation::Init() {

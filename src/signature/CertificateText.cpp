@@ -42,7 +42,7 @@ kx::StringT<wchar_t> DigitalSignatureObjectImplementation::GetName(const wchar_t
                                                                    const CERT_NAME_BLOB& blob) {
   const logging::CTraceScope trace(function);
   String name;
-  kx::Require(name.Reserve(kNameRoom));
+  kx::FatalUnless(name.Reserve(kNameRoom));
   BlobToStr(blob, name);
   logging::Log(kInformation, function, format, name.CStr());
   return name;
@@ -61,7 +61,7 @@ kx::StringT<wchar_t> DigitalSignatureObjectImplementation::GetSerial(const CERT_
   const logging::CTraceScope trace(kGetSerial);
   const CRYPT_INTEGER_BLOB& number = certificate.SerialNumber;
   String serial;
-  kx::Require(serial.Reserve(std::size_t{number.cbData} + 1));
+  kx::FatalUnless(serial.Reserve(std::size_t{number.cbData} + 1));
   for (DWORD i = number.cbData; i > 0; --i) {  // stored least significant byte first
     kx::AppendHex(serial, number.pbData[i - 1], kx::kLowerHexDigits);
   }

@@ -46,7 +46,7 @@ LONG Verify(TrustRequest& request, TrustState& state, const bool& onlineCheck) {
 
 DigitalSignatureObjectImplementation::DigitalSignatureObjectImplementation() {
   log.Acquire();
-  kx::Require(filePath.Reserve(kPathRoom));
+  kx::FatalUnless(filePath.Reserve(kPathRoom));
 }
 
 std::uint32_t DigitalSignatureObjectImplementation::VerifyFile(const String& path,
@@ -94,8 +94,8 @@ std::uint32_t DigitalSignatureObjectImplementation::GetDigitalSignature(const St
 DWORD DigitalSignatureObjectImplementation::OpenFileHandle() {
   const logging::CTraceScope trace(kOpenFileHandle);
   file.reset();
-  file = OpenForReading(filePath.CStr(), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                        FILE_ATTRIBUTE_NORMAL);
+  file = kx::OpenForReading(filePath.CStr(), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                            FILE_ATTRIBUTE_NORMAL);
   if (!file) {
     const DWORD error = GetLastError();
     logging::Log(kFailure, kOpenFileHandle, L"Failed to open file with error %d.", error);

@@ -53,7 +53,7 @@ class DigitalSignatureObjectImplementation : public IDigitalSignature {
   static std::uint64_t GetTimestamp(CRYPT_PROVIDER_DATA& provider, CRYPT_PROVIDER_SGNR& signer);
 
   String filePath;
-  FileHandle file;
+  kx::FileHandle file;
   std::vector<Chain> trustedChains;
   ISignatureObserver* observer = nullptr;
   logging::CLogDLLRef log;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Cifra/IKxBaseInterface.h"
-#include "framework/AnswerInterface.h"
+#include "framework/QueryInterfaceOf.h"
 #include "signature/DigitalSignatureObjectImplementation.h"
 
 namespace Cifra {
@@ -13,7 +13,7 @@ class DigitalSignaturePlugin final : public DigitalSignatureObjectImplementation
   DigitalSignaturePlugin() { log.Acquire(); }
 
   void* QueryInterface(const InterfaceId& iid) override {
-    return AnswerInterface<IDigitalSignature>(this, iid);
+    return QueryInterfaceOf<IDigitalSignature>(this, iid);
   }
 
  private:

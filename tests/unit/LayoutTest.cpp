@@ -56,9 +56,9 @@ TEST(Layout, ExportedObject_IsModuleObjectInterfaceDestroyCreateAndIdentifier) {
   EXPECT_EQ(At<IKxBaseInterface*>(&loaded, 2 * kPointer)->QueryInterface(Cifra::IMd5::kInterfaceId),
             loaded.iface);
   EXPECT_EQ(loaded.iface, At<Cifra::IMd5*>(&loaded, 3 * kPointer));
-  EXPECT_EQ(FindProcedure<KxDestroyObjectFunction>(module, "KxDestroyObject"),
+  EXPECT_EQ(kx::FindProcedure<KxDestroyObjectFunction>(module, "KxDestroyObject"),
             At<KxDestroyObjectFunction*>(&loaded, 4 * kPointer));
-  EXPECT_EQ(FindProcedure<KxCreateObjectFunction>(module, "KxCreateObject"),
+  EXPECT_EQ(kx::FindProcedure<KxCreateObjectFunction>(module, "KxCreateObject"),
             At<KxCreateObjectFunction*>(&loaded, 5 * kPointer));
   EXPECT_EQ(6 * kPointer + sizeof(std::wstring), sizeof(loaded));
 }

@@ -224,17 +224,19 @@ void* FailOnce(std::size_t bytes) {
   return std::exchange(hasFailed, true) ? std::calloc(1, bytes) : nullptr;
 }
 
-const test::ChildAction kDeclareWithoutMemory(L"DeclareWithoutMemory", [](const auto& arguments) {
-  const test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &FailOnce);
-  const ExportedObjectDeclaration<FirstObject> declaration(arguments[0].c_str());
-  return 0;
-});
+const Cifra::Test::ChildAction kDeclareWithoutMemory(
+    L"DeclareWithoutMemory", [](const auto& arguments) {
+      const Cifra::Test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &FailOnce);
+      const ExportedObjectDeclaration<FirstObject> declaration(arguments[0].c_str());
+      return 0;
+    });
 
 TEST(ExportedObjectDeclaration, ThatCannotBeMade_EndsTheProcessSilently) {
   // Of the second one the text needs no memory, but the registry does.
   for (const std::wstring& objectId : {std::wstring(100, L'i'), std::wstring(L"id")}) {
-    const test::ChildResult child = test::RunChild(L"DeclareWithoutMemory", {objectId});
-    EXPECT_EQ(test::kFailFast, child.exitCode) << objectId.size();
+    const Cifra::Test::ChildResult child =
+        Cifra::Test::RunChild(L"DeclareWithoutMemory", {objectId});
+    EXPECT_EQ(Cifra::Test::kFailFast, child.exitCode) << objectId.size();
     EXPECT_EQ("", child.output) << objectId.size();
   }
 }

@@ -64,13 +64,13 @@ int WINAPI RefuseAfterTheSizeCallNarrow(UINT, DWORD, LPCSTR, int, LPWSTR buffer,
 TEST(Utf8, TextThatThePlatformRefuses_GivesAnEmptyTextAndNoError) {
   const HMODULE program = GetModuleHandleW(nullptr);
   for (const auto refuse : {&RefuseWide, &RefuseAfterTheSizeCallWide}) {
-    const test::ImportPatch patch(program, "WideCharToMultiByte", refuse);
+    const Cifra::Test::ImportPatch patch(program, "WideCharToMultiByte", refuse);
     const ByteString narrow = kx::ToUtf8(L"Cifra");
     EXPECT_EQ(0u, narrow.Length());
     EXPECT_STREQ("", narrow.CStr());
   }
   for (const auto refuse : {&RefuseNarrow, &RefuseAfterTheSizeCallNarrow}) {
-    const test::ImportPatch patch(program, "MultiByteToWideChar", refuse);
+    const Cifra::Test::ImportPatch patch(program, "MultiByteToWideChar", refuse);
     const WideString wide = kx::FromUtf8("Cifra");
     EXPECT_EQ(0u, wide.Length());
     EXPECT_STREQ(L"", wide.CStr());

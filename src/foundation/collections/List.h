@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "Cifra/ResultCodes.h"
+#include "foundation/ResultCodes.h"
 #include "foundation/collections/IList.h"
 #include "foundation/collections/NodeList.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "Cifra/ResultCodes.h"
+#include "foundation/ResultCodes.h"
 #include "foundation/collections/IMap.h"
 #include "foundation/collections/MapKey.h"
 #include "foundation/collections/NodeList.h"

@@ -8,21 +8,21 @@ namespace {
 constexpr wchar_t kLogFile[] = L"log.dll";
 constexpr std::size_t kPathRoom = 32767;  // the longest path there is
 
-ModuleHandle LoadBesideThisLibrary() {
+kx::ModuleHandle LoadBesideThisLibrary() {
   std::wstring path(kPathRoom, L'\0');
-  path.resize(GetModuleFileNameW(OwnModule(), path.data(), static_cast<DWORD>(path.size())));
+  path.resize(GetModuleFileNameW(kx::OwnModule(), path.data(), static_cast<DWORD>(path.size())));
   const std::size_t separator = path.rfind(L'\\');
   if (separator == std::wstring::npos) {
     return nullptr;
   }
   path.replace(separator + 1, std::wstring::npos, kLogFile);
-  return ModuleHandle(LoadLibraryW(path.c_str()));
+  return kx::ModuleHandle(LoadLibraryW(path.c_str()));
 }
 
-ModuleHandle ObtainLogLibrary() {
+kx::ModuleHandle ObtainLogLibrary() {
   HMODULE loaded = nullptr;
   if (GetModuleHandleExW(0, kLogFile, &loaded)) {
-    return ModuleHandle(loaded);
+    return kx::ModuleHandle(loaded);
   }
   return LoadBesideThisLibrary();
 }
@@ -54,7 +54,7 @@ void CLogDLL::Write(std::int32_t depthChange, LogLevel level, const wchar_t* fun
   const std::uint32_t levelValue = static_cast<std::uint32_t>(level);
   va_list arguments;
   va_start(arguments, format);
-  LogWrite(depthChange, &levelValue, OwnModule(), function, format, arguments);
+  LogWrite(depthChange, &levelValue, kx::OwnModule(), function, format, arguments);
   va_end(arguments);
 }
 
@@ -88,7 +88,7 @@ void CLogDLL::ResolveExports() {
 }
 
 void CLogDLL::CallIfPresent(const char* name) const {
-  if (PlainFunction* function = FindProcedure<PlainFunction>(module.get(), name)) {
+  if (PlainFunction* function = kx::FindProcedure<PlainFunction>(module.get(), name)) {
     function();
   }
 }

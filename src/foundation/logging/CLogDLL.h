@@ -49,11 +49,11 @@ class CLogDLL {
   void ResolveExports();
   template <typename Function>
   void Resolve(Function*& function, const char* name) {
-    function = FindProcedure<Function>(module.get(), name);
+    function = kx::FindProcedure<Function>(module.get(), name);
   }
   void CallIfPresent(const char* name) const;
 
-  ModuleHandle module;
+  kx::ModuleHandle module;
   UnusedFunction* LogApplySettings = nullptr;
   UnusedFunction* LogSetSettingsFile = nullptr;
   UnusedFunction* LogEnable = nullptr;

@@ -15,7 +15,7 @@ inline constexpr HexDigits kLowerHexDigits = "0123456789abcdef";
 inline void AppendHex(StringT<wchar_t>& text, std::uint8_t byte, HexDigits& digits) {
   const wchar_t pair[] = {static_cast<wchar_t>(digits[byte >> 4]),
                           static_cast<wchar_t>(digits[byte & 0xF])};
-  Require(text.Append(pair, 2));
+  FatalUnless(text.Append(pair, 2));
 }
 
 }  // namespace kx

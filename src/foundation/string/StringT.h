@@ -128,9 +128,9 @@ class StringT {
   StringT() = default;
   // Implicit, so that text can be given where a string is asked for.
   StringT(const Char* source) {  // NOLINT(google-explicit-constructor)
-    Require(Assign(source));
+    FatalUnless(Assign(source));
   }
-  StringT(const Char* source, std::size_t count) { Require(Assign(source, count)); }
+  StringT(const Char* source, std::size_t count) { FatalUnless(Assign(source, count)); }
   StringT(const StringT& other) {
     if (other.text) {
       CopyFrom(other);
@@ -152,7 +152,7 @@ class StringT {
   ~StringT() { Destroy(); }
 
   StringT& operator=(const Char* source) {
-    Require(Assign(source));
+    FatalUnless(Assign(source));
     return *this;
   }
   StringT& operator=(const StringT& other) {
@@ -244,14 +244,14 @@ class StringT {
   // Lends the buffer, of at least minimum characters and a terminator, for writing; give it back
   // with ReleaseBuffer. The text is kept. Never null: no memory ends the process.
   Char* GetBuffer(std::size_t minimum) {
-    Require(Reserve(minimum));
+    FatalUnless(Reserve(minimum));
     return text;
   }
 
   // Ends the writing that GetBuffer began. With npos the text ends at its first 0.
   void ReleaseBuffer(std::size_t newLength = npos) {
     if (!text) {
-      Require(newLength == 0 || newLength == npos);
+      FatalUnless(newLength == 0 || newLength == npos);
       return;
     }
     SetLength(newLength == npos ? Traits::Length(text) : newLength);
@@ -269,13 +269,13 @@ class StringT {
 
   void CheckGuards() const {
     if (text) {
-      Require(Block::IsIntact(text));
+      FatalUnless(Block::IsIntact(text));
     }
   }
 
   void SetLength(std::size_t length) {
     StringHeader& header = Header();
-    Require(length <= header.capacity);
+    FatalUnless(length <= header.capacity);
     header.length = length;
     text[length] = 0;
   }
@@ -301,7 +301,7 @@ class StringT {
 
   void CopyFrom(const StringT& other) {
     other.CheckGuards();
-    Require(Assign(other.text, other.Length()));
+    FatalUnless(Assign(other.text, other.Length()));
   }
 
   void TakeFrom(StringT& other) noexcept {

@@ -50,9 +50,9 @@ std::string Decoded(const std::string& text) {
   return decoded;
 }
 
-test::ScriptedSignature ParseSignature(const std::string& line) {
+Cifra::Test::ScriptedSignature ParseSignature(const std::string& line) {
   const std::vector<std::string> fields = Split(line, '\t');
-  test::ScriptedSignature signature;
+  Cifra::Test::ScriptedSignature signature;
   signature.results.clear();
   for (const std::string& result : Split(fields.at(0), ',')) {
     signature.results.push_back(static_cast<LONG>(std::stoul(result, nullptr, 16)));
@@ -68,15 +68,15 @@ test::ScriptedSignature ParseSignature(const std::string& line) {
   for (std::size_t i = serial.size(); i >= 2; i -= 2) {  // least significant byte first
     signature.serial.push_back(static_cast<BYTE>(std::stoul(serial.substr(i - 2, 2), nullptr, 16)));
   }
-  signature.subject = test::EncodedName(Wide(Decoded(fields.at(4))));
-  signature.issuer = test::EncodedName(Wide(Decoded(fields.at(5))));
+  signature.subject = Cifra::Test::EncodedName(Wide(Decoded(fields.at(4))));
+  signature.issuer = Cifra::Test::EncodedName(Wide(Decoded(fields.at(5))));
   return signature;
 }
 
-class FilePlayer final : public test::TrustScript {
+class FilePlayer final : public Cifra::Test::TrustScript {
  public:
   LONG Verify(HWND window, const GUID* action, void* data) override {
-    Load(static_cast<const test::TrustDataRecord*>(data)->pFile->pcwszFilePath);
+    Load(static_cast<const Cifra::Test::TrustDataRecord*>(data)->pFile->pcwszFilePath);
     return TrustScript::Verify(window, action, data);
   }
 
@@ -87,7 +87,7 @@ class FilePlayer final : public test::TrustScript {
     }
     current = path;
     std::ifstream file{std::filesystem::path(path)};
-    std::vector<test::ScriptedSignature> inFile;
+    std::vector<Cifra::Test::ScriptedSignature> inFile;
     for (std::string line; std::getline(file, line);) {
       inFile.push_back(ParseSignature(line));
     }
@@ -99,7 +99,7 @@ class FilePlayer final : public test::TrustScript {
 
 }  // namespace
 
-test::ITrustPlayer& test::Player() {
+Cifra::Test::ITrustPlayer& Cifra::Test::Player() {
   static FilePlayer player;
   return player;
 }

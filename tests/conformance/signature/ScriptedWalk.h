@@ -14,7 +14,7 @@
 #include "support/CifraLibrary.h"
 #include "support/TempDirectory.h"
 
-namespace test {
+namespace Cifra::Test {
 
 using Lines = std::vector<std::string>;
 
@@ -43,9 +43,9 @@ class ScriptedWalk : public testing::Test {
     static const bool isLoaded = (UseRecordingLog(), true);
     ASSERT_TRUE(isLoaded);
     Library();
-    ASSERT_NE(nullptr, FindProcedure<void()>(GetModuleHandleW(L"wintrust.dll"), "IsStandIn"))
+    ASSERT_NE(nullptr, kx::FindProcedure<void()>(GetModuleHandleW(L"wintrust.dll"), "IsStandIn"))
         << "the stand-in wintrust.dll is not the one in use";
-    ASSERT_NE(nullptr, FindProcedure<void()>(LoadLibraryW(L"Ntdsapi.dll"), "IsStandIn"))
+    ASSERT_NE(nullptr, kx::FindProcedure<void()>(LoadLibraryW(L"Ntdsapi.dll"), "IsStandIn"))
         << "the stand-in Ntdsapi.dll is not the one in use";
   }
 
@@ -86,4 +86,4 @@ class ScriptedWalk : public testing::Test {
   Lines log;
 };
 
-}  // namespace test
+}  // namespace Cifra::Test

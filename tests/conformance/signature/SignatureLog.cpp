@@ -9,7 +9,7 @@
 #include "LogRecord.h"
 #include "support/ProgramArguments.h"
 
-namespace test {
+namespace Cifra::Test {
 namespace {
 
 constexpr std::string_view kClass = "Cifra::DigitalSignatureObjectImplementation::";
@@ -69,4 +69,4 @@ void UseRecordingLog() {
   ASSERT_NE(nullptr, LoadLibraryW(file.c_str()));
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace Cifra::Test {
 
 // What the recording log.dll saw of a verification since the last call, in short form: "> Function"
 // and "< Function" for the trace lines, "LEVEL Function: text" for the others. The class before the
@@ -18,4 +18,4 @@ std::vector<std::string> WithoutTraces(const std::vector<std::string>& lines);
 // library under test then uses it.
 void UseRecordingLog();
 
-}  // namespace test
+}  // namespace Cifra::Test

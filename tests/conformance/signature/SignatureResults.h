@@ -7,7 +7,7 @@
 #include "Cifra/SignatureInfo.h"
 
 // The results of a verification as the standard library's containers.
-namespace test {
+namespace Cifra::Test {
 
 using Text = kx::StringT<wchar_t>;
 using NameMap = std::map<std::wstring, std::vector<std::wstring>>;
@@ -35,4 +35,4 @@ inline std::vector<Cifra::Chain> ToStd(const kx::IList<Cifra::Chain>& list) {
   return chains;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

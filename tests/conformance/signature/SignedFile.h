@@ -11,7 +11,7 @@
 #include "support/CifraLibrary.h"
 #include "support/TempDirectory.h"
 
-namespace test {
+namespace Cifra::Test {
 
 using Bytes = std::vector<char>;
 
@@ -65,4 +65,4 @@ class SignedFile : public testing::Test {
   kx::List<Cifra::Chain> chains;
 };
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -10,7 +10,7 @@
 #include "CifraLibrary.h"
 #include "ProgramArguments.h"
 
-namespace test {
+namespace Cifra::Test {
 namespace {
 
 constexpr wchar_t kActionPrefix[] = L"--child=";
@@ -127,4 +127,4 @@ ChildResult RunChild(const std::wstring& action, const ChildAction::Arguments& a
   return result;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace Cifra::Test {
 
 // ChildAction names a function that runs in a process of its own: this program, started again. It
 // is a static object of the test file. The arguments are those that the parent gave; the returned
@@ -35,4 +35,4 @@ inline constexpr std::uint32_t kFailFast = 0xC0000409;
 ChildResult RunChild(const std::wstring& action, const ChildAction::Arguments& arguments = {},
                      const std::filesystem::path& program = {});
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -5,7 +5,7 @@
 
 #include "ProgramArguments.h"
 
-namespace test {
+namespace Cifra::Test {
 
 CifraLibrary::CifraLibrary() : CifraLibrary(FileUnderTest()) {}
 
@@ -31,4 +31,4 @@ CifraLibrary& Library() {
   return library;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -5,7 +5,7 @@
 #include "Cifra/Cifra.h"
 #include "foundation/ModuleHandle.h"
 
-namespace test {
+namespace Cifra::Test {
 
 // CifraLibrary is a loaded Cifra.dll with its exports resolved. The library under test is the file
 // that the program was started with (--dll=PATH; "Cifra.dll" beside the program by default).
@@ -20,11 +20,11 @@ class CifraLibrary {
 
   template <typename Function>
   Function* Export(const char* name) const {
-    return FindProcedure<Function>(module.get(), name);
+    return kx::FindProcedure<Function>(module.get(), name);
   }
 
  private:
-  ModuleHandle module;
+  kx::ModuleHandle module;
 
  public:
   KxCreateObjectFunction* createObject = nullptr;
@@ -69,4 +69,4 @@ class Object {
   std::uint32_t result = 0;
 };
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 
-namespace test {
+namespace Cifra::Test {
 namespace {
 
 constexpr int kNever = -1;
@@ -73,4 +73,4 @@ void CountedHeap::FailNever() {
   allocationsUntilFailure = kNever;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -3,7 +3,7 @@
 #include "CifraLibrary.h"
 #include "ImportPatch.h"
 
-namespace test {
+namespace Cifra::Test {
 
 // CountedHeap counts the memory blocks that the library holds, by standing between it and the C
 // runtime's heap, and lets an allocation of the calling thread fail on order. One at a time.
@@ -26,4 +26,4 @@ class CountedHeap {
   ImportPatch free;
 };
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace test {
+namespace Cifra::Test {
 namespace {
 
 template <typename T>
@@ -44,4 +44,4 @@ void ImportPatch::Write(void* function) const {
   VirtualProtect(slot, sizeof(*slot), before, &before);
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

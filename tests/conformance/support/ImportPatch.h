@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-namespace test {
+namespace Cifra::Test {
 
 // ImportPatch replaces one function that a loaded module imports, for as long as it lives: the
 // module itself is unchanged, but its calls come to the test.
@@ -29,4 +29,4 @@ class ImportPatch {
 // A replacement that several tests use, for LoadLibraryExW: no library can be found.
 inline HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -3,7 +3,7 @@
 #include "ChildProcess.h"
 
 int main(int argc, char** argv) {
-  test::ChildAction::RunIfAsked();
+  Cifra::Test::ChildAction::RunIfAsked();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

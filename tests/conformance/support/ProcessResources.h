@@ -7,7 +7,7 @@
 #include <cstdint>
 
 // What the process holds. Wine does not count handles (GetProcessHandleCount gives 0).
-namespace test {
+namespace Cifra::Test {
 
 // HandleWatch tells whether handles are left open: a new handle gets the lowest value that is free,
 // so that it grows with every one that is.
@@ -36,4 +36,4 @@ inline std::size_t PrivateBytes() {
   return counters.PagefileUsage;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace test {
+namespace Cifra::Test {
 
 std::wstring ProgramArgument(const std::wstring& prefix) {
   int count = 0;
@@ -26,4 +26,4 @@ std::filesystem::path ProgramFile() {
   return path;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

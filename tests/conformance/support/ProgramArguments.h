@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace test {
+namespace Cifra::Test {
 
 // The rest of the program's argument that begins with prefix; empty when there is none.
 std::wstring ProgramArgument(const std::wstring& prefix);
@@ -11,4 +11,4 @@ std::wstring ProgramArgument(const std::wstring& prefix);
 // The path of the running program.
 std::filesystem::path ProgramFile();
 
-}  // namespace test
+}  // namespace Cifra::Test

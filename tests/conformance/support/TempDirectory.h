@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-namespace test {
+namespace Cifra::Test {
 
 // TempDirectory is an empty directory that is removed, with what is in it, at the end of the test.
 class TempDirectory {
@@ -32,4 +32,4 @@ class TempDirectory {
   std::filesystem::path path;
 };
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -4,7 +4,7 @@
 
 // The bcrypt.dll of the tests: a hashing service that fails on order, records every call and counts
 // what is open. It hashes nothing: every digest is the bytes 1, 2, 3 ...
-namespace test {
+namespace Cifra::Test {
 
 struct CngScript {
   const char* failingCall = nullptr;  // the export that fails, or null
@@ -23,4 +23,4 @@ using CngCallsFunction = const char*();
 inline constexpr char kCngScript[] = "CngScript";
 inline constexpr char kCngCalls[] = "CngCalls";
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -20,7 +20,7 @@ struct Hash {
 constexpr NTSTATUS kUnsuccessful = static_cast<NTSTATUS>(0xC0000001);
 
 // A test that is not in this process names the failing call in the environment.
-test::CngScript script{std::getenv("CIFRA_FAILING_CNG_CALL"), kUnsuccessful};
+Cifra::Test::CngScript script{std::getenv("CIFRA_FAILING_CNG_CALL"), kUnsuccessful};
 std::string calls;
 std::string callsGiven;
 
@@ -57,7 +57,7 @@ bool MustFail(const char* call, const Arguments& arguments) {
 
 extern "C" {
 
-test::CngScript* CngScript() { return &script; }
+Cifra::Test::CngScript* CngScript() { return &script; }
 
 const char* CngCalls() {
   callsGiven = std::exchange(calls, {});
@@ -98,7 +98,7 @@ NTSTATUS WINAPI BCryptCreateHash(BCRYPT_ALG_HANDLE algorithm, BCRYPT_HASH_HANDLE
     return script.status;
   }
   if (!algorithm) {
-    return test::kInvalidHandle;
+    return Cifra::Test::kInvalidHandle;
   }
   *hash = new Hash;
   ++script.openHashes;
@@ -118,7 +118,7 @@ NTSTATUS WINAPI BCryptHashData(BCRYPT_HASH_HANDLE hash, PUCHAR, ULONG length, UL
   if (MustFail("BCryptHashData", Arguments().Handle(hash, "hash").Number(length).Number(flags))) {
     return script.status;
   }
-  return hash && !static_cast<Hash*>(hash)->isFinished ? kSuccess : test::kInvalidHandle;
+  return hash && !static_cast<Hash*>(hash)->isFinished ? kSuccess : Cifra::Test::kInvalidHandle;
 }
 
 NTSTATUS WINAPI BCryptFinishHash(BCRYPT_HASH_HANDLE handle, PUCHAR digest, ULONG length,
@@ -129,7 +129,7 @@ NTSTATUS WINAPI BCryptFinishHash(BCRYPT_HASH_HANDLE handle, PUCHAR digest, ULONG
   }
   Hash* hash = static_cast<Hash*>(handle);
   if (!hash || hash->isFinished) {
-    return test::kInvalidHandle;
+    return Cifra::Test::kInvalidHandle;
   }
   for (ULONG i = 0; i < length; ++i) {
     digest[i] = static_cast<UCHAR>(i + 1);

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace test {
+namespace Cifra::Test {
 
 // LogCall is a call of one of the recording log.dll's exports. What an export does not take is null
 // or 0.
@@ -27,4 +27,4 @@ struct LogCall {
 using RecordLogCallFunction = void(const LogCall* call);
 inline constexpr char kRecordLogCall[] = "RecordLogCall";
 
-}  // namespace test
+}  // namespace Cifra::Test

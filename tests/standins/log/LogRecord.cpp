@@ -10,14 +10,14 @@
 namespace {
 
 std::mutex lock;
-std::vector<test::LogEntry> entries;
+std::vector<Cifra::Test::LogEntry> entries;
 std::optional<DWORD> errorLeft;
 
 std::string Utf8(const wchar_t* text) { return text ? ToUtf8(text) : std::string(); }
 
 }  // namespace
 
-extern "C" __declspec(dllexport) void RecordLogCall(const test::LogCall* call) {
+extern "C" __declspec(dllexport) void RecordLogCall(const Cifra::Test::LogCall* call) {
   const DWORD errorFound = GetLastError();
   const std::lock_guard guard(lock);
   entries.push_back({call->exportName, call->depthChange, call->level, call->writer,
@@ -26,7 +26,7 @@ extern "C" __declspec(dllexport) void RecordLogCall(const test::LogCall* call) {
   SetLastError(call->format ? errorLeft.value_or(errorFound) : errorFound);
 }
 
-namespace test {
+namespace Cifra::Test {
 
 std::string LogEntry::Line() const {
   if (exportName == "LogWrite") {
@@ -54,4 +54,4 @@ void SetErrorLeftByLogWrite(DWORD error) {
   errorLeft = error;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -8,7 +8,7 @@
 
 // What the recording log.dll saw in this program. Link the library log_record, put a log.dll of
 // bin/standins beside the library under test, and take the record when the calls are done.
-namespace test {
+namespace Cifra::Test {
 
 struct LogEntry {
   std::string exportName;
@@ -36,4 +36,4 @@ std::vector<std::string> TakeLogLines();
 // Makes every LogWrite leave this value for GetLastError; by default it leaves what it found.
 void SetErrorLeftByLogWrite(DWORD error);
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -11,15 +11,16 @@ namespace {
 // What LogWrite returns must not matter to the caller.
 constexpr HRESULT kIgnoredResult = E_FAIL;
 
-void Hand(const test::LogCall& call) {
+void Hand(const Cifra::Test::LogCall& call) {
   const HMODULE program = GetModuleHandleW(nullptr);
-  if (auto* record = FindProcedure<test::RecordLogCallFunction>(program, test::kRecordLogCall)) {
+  if (auto* record = kx::FindProcedure<Cifra::Test::RecordLogCallFunction>(
+          program, Cifra::Test::kRecordLogCall)) {
     record(&call);
   }
 }
 
 void Hand(const char* exportName) {
-  test::LogCall call{};
+  Cifra::Test::LogCall call{};
   call.exportName = exportName;
   Hand(call);
 }
@@ -46,7 +47,7 @@ HRESULT LogWrite(std::int32_t depthChange, const std::uint32_t* level, HMODULE w
 }
 
 void LogRemoveModule(const char* caller) {
-  test::LogCall call{};
+  Cifra::Test::LogCall call{};
   call.exportName = "LogRemoveModule";
   call.caller = caller;
   Hand(call);

@@ -3,9 +3,9 @@
 #include "foundation/Fatal.h"
 #include "foundation/ModuleHandle.h"
 
-test::ITrustPlayer& test::Player() {
-  auto* get = FindProcedure<TrustPlayerFunction>(GetModuleHandleW(nullptr), kTrustPlayer);
+Cifra::Test::ITrustPlayer& Cifra::Test::Player() {
+  auto* get = kx::FindProcedure<TrustPlayerFunction>(GetModuleHandleW(nullptr), kTrustPlayer);
   ITrustPlayer* player = get ? get() : nullptr;
-  kx::Require(player != nullptr);
+  kx::FatalUnless(player != nullptr);
   return *player;
 }

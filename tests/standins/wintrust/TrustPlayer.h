@@ -3,7 +3,7 @@
 #include <windows.h>
 #include <wintrust.h>
 
-namespace test {
+namespace Cifra::Test {
 
 // ITrustPlayer answers for a stand-in wintrust.dll, whose four exports pass their calls on as they
 // come.
@@ -27,4 +27,4 @@ ITrustPlayer& Player();
 using TrustPlayerFunction = ITrustPlayer*();
 inline constexpr char kTrustPlayer[] = "TrustPlayer";
 
-}  // namespace test
+}  // namespace Cifra::Test

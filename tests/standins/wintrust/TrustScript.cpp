@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace test {
+namespace Cifra::Test {
 
 // What the service keeps of a verification. The library gets pointers to its parts and hands them
 // back.
@@ -158,4 +158,4 @@ std::vector<BYTE> EncodedName(const std::wstring& name) {
   return bytes;
 }
 
-}  // namespace test
+}  // namespace Cifra::Test

@@ -8,7 +8,7 @@
 
 #include "TrustPlayer.h"
 
-namespace test {
+namespace Cifra::Test {
 
 // A signature as the scripted trust service knows it.
 struct ScriptedSignature {
@@ -115,4 +115,4 @@ class TrustScript : public ITrustPlayer {
 // A distinguished name, such as L"CN=A, O=\"B, C\"", as a certificate holds it.
 std::vector<BYTE> EncodedName(const std::wstring& name);
 
-}  // namespace test
+}  // namespace Cifra::Test

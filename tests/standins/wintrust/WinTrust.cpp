@@ -1,7 +1,7 @@
 // The exports of a wintrust.dll that has no opinion of its own: a player answers every call.
 #include "TrustPlayer.h"
 
-using test::Player;
+using Cifra::Test::Player;
 
 extern "C" {
 

@@ -1,0 +1,350 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/ChildProcess.h"
+#include "support/CifraLibrary.h"
+#include "support/ImportPatch.h"
+#include "support/ProgramArguments.h"
+#include "support/TempDirectory.h"
+
+// Where the library looks for its own file. Each test lays files out in directories of its own and
+// runs a copy of this program there as the host.
+namespace {
+
+namespace fs = std::filesystem;
+using Cifra::Test::ChildResult;
+using Cifra::Test::ImportPatch;
+using Cifra::Test::Library;
+
+// What the library under test asked of the system loader, in order.
+std::vector<std::string> loaderCalls;
+
+std::string Utf8(const wchar_t* text) {
+  char buffer[2048] = {};
+  WideCharToMultiByte(CP_UTF8, 0, text, -1, buffer, sizeof(buffer), nullptr, nullptr);
+  return buffer;
+}
+
+HMODULE WINAPI RecordLoad(LPCWSTR file, HANDLE reserved, DWORD flags) {
+  char flagsText[16];
+  std::snprintf(flagsText, sizeof(flagsText), "%lx ", flags);
+  loaderCalls.push_back("load " + (flagsText + Utf8(file)));
+  return LoadLibraryExW(file, reserved, flags);
+}
+
+// The host: loads the library from the file given, encodes a text with it, and prints the result,
+// the text and every load that the library tried, a line each.
+const Cifra::Test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arguments) {
+  Cifra::Test::CifraLibrary library(arguments[0]);
+  const ImportPatch patch(library.Module(), "LoadLibraryExW", &RecordLoad);
+  char text[64] = "";
+  const std::uint32_t result = library.blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  std::printf("%u %s\n", static_cast<unsigned>(result), text);
+  for (const std::string& call : loaderCalls) {
+    std::printf("%s\n", call.c_str());
+  }
+  // The library was loaded from elsewhere: what it loaded from here it must have freed.
+  const fs::path besideHost = Cifra::Test::ProgramFile().parent_path() / L"Cifra.dll";
+  return GetModuleHandleW(besideHost.c_str()) ? 1 : 0;
+});
+
+constexpr char kFound[] = "0 lBtnttaLccY=";
+constexpr char kNotFound[] = "1168 ";
+
+class ModuleLoader : public testing::Test {
+ protected:
+  ModuleLoader() : host(directory / L"host" / L"host.exe"), library(directory / L"library") {
+    fs::create_directories(host.parent_path());
+    fs::create_directories(library);
+    fs::copy_file(Cifra::Test::ProgramFile(), host);
+  }
+
+  fs::path PutLibrary(const fs::path& file) {
+    fs::copy_file(Cifra::Test::CifraLibrary::FileUnderTest(), file);
+    return file;
+  }
+  void PutStandIn(const wchar_t* name, const fs::path& file) {
+    fs::copy_file(Cifra::Test::ProgramFile().parent_path() / name, file);
+  }
+  std::vector<std::string> Encode(const fs::path& loadedFrom) {
+    const ChildResult child = Cifra::Test::RunChild(L"EncodeAsHost", {loadedFrom.wstring()}, host);
+    EXPECT_EQ(0u, child.exitCode) << child.output;
+    return child.Lines();
+  }
+  static std::string Load(const fs::path& file) { return "load 1100 " + Utf8(file.c_str()); }
+
+  Cifra::Test::TempDirectory directory;
+  const fs::path host;
+  const fs::path library;
+};
+
+TEST_F(ModuleLoader, LibraryBesideTheHost_IsFoundAndItsOwnDirectoryIsNotConsulted) {
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  const fs::path besideHost = PutLibrary(host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(own);
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ(kFound, lines[0]);
+  EXPECT_EQ(Load(besideHost), lines[1]);
+}
+
+TEST_F(ModuleLoader, LibraryOnlyInItsOwnDirectory_IsFoundThereAfterTheHostsDirectory) {
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  const fs::path besideHost = host.parent_path() / L"Cifra.dll";
+  // The function loads the combined object's library, and that object those of its two parts.
+  const std::vector<std::string> expected = {kFound,           Load(besideHost), Load(own),
+                                             Load(besideHost), Load(own),        Load(besideHost),
+                                             Load(own)};
+  EXPECT_EQ(expected, Encode(own));
+}
+
+TEST_F(ModuleLoader, AnotherLibraryOfThatNameBesideTheHost_IsTakenInsteadOfTheRunningOne) {
+  PutStandIn(L"OtherCifra.dll", host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(PutLibrary(library / L"Cifra.dll"));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ("0 made by another library", lines[0]);
+}
+
+TEST_F(ModuleLoader, LibraryWithoutAFactoryExport_GivesNotFoundAndIsFreed) {
+  PutStandIn(L"OtherCifraWithoutDestroy.dll", host.parent_path() / L"Cifra.dll");
+  const std::vector<std::string> lines = Encode(PutLibrary(library / L"Cifra.dll"));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ(kNotFound, lines[0]);
+}
+
+TEST_F(ModuleLoader, FileThatIsNoLibraryBesideTheHost_LeavesTheOneInItsOwnDirectory) {
+  std::ofstream(host.parent_path() / L"Cifra.dll") << "no library";
+  const fs::path own = PutLibrary(library / L"Cifra.dll");
+  EXPECT_EQ(kFound, Encode(own).front());
+}
+
+TEST_F(ModuleLoader, NoLibraryOfThatName_GivesNotFound) {
+  const fs::path renamed = PutLibrary(library / L"Renamed.dll");
+  const std::vector<std::string> expected = {kNotFound, Load(host.parent_path() / L"Cifra.dll"),
+                                             Load(library / L"Cifra.dll")};
+  EXPECT_EQ(expected, Encode(renamed));
+}
+
+TEST_F(ModuleLoader, LibraryInADirectoryWithOtherThanAsciiCharacters_IsFound) {
+  const fs::path own = library / L"\u0416\u00E9 \u20AC";
+  fs::create_directories(own);
+  EXPECT_EQ(kFound, Encode(PutLibrary(own / L"Cifra.dll")).front());
+}
+
+TEST_F(ModuleLoader, LibraryUnderAPathOfMoreThan260Characters_IsNotFoundBesideItself) {
+  // Paths of that length need the prefix that turns the length limit off.
+  const std::wstring longName(120, L'd');
+  const fs::path deep = L"\\\\?\\" + (library / longName / longName).wstring();
+  CreateDirectoryW(deep.parent_path().c_str(), nullptr);
+  ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
+  const fs::path own = deep / L"Cifra.dll";
+  ASSERT_GT(own.wstring().size(), 264u);
+  ASSERT_TRUE(CopyFileW(Cifra::Test::CifraLibrary::FileUnderTest().c_str(), own.c_str(), TRUE));
+  EXPECT_EQ(kNotFound, Encode(own).front());
+  PutLibrary(host.parent_path() / L"Cifra.dll");
+  EXPECT_EQ(kFound, Encode(own).front());
+  DeleteFileW(own.c_str());
+}
+
+// The tests below watch the library in this process: what it asks for, and in which order.
+
+std::vector<std::string> calls;
+DWORD loadFlags = 0;
+
+HMODULE WINAPI RecordFlags(LPCWSTR file, HANDLE reserved, DWORD flags) {
+  loadFlags = flags;
+  // The flags of older systems find the file as well.
+  return LoadLibraryExW(file, reserved, flags);
+}
+
+FARPROC WINAPI OnAnOlderSystem(HMODULE module, LPCSTR name) {
+  return std::string(name) == "SetDefaultDllDirectories" ? nullptr : GetProcAddress(module, name);
+}
+
+TEST(ModuleLoaderFlags, KnowTheSafeSearch_OnSystemsThatHaveIt) {
+  const ImportPatch patch(Library().Module(), "LoadLibraryExW", &RecordFlags);
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(0x1100u, loadFlags);
+}
+
+TEST(ModuleLoaderFlags, AlterTheSearchPath_OnSystemsWithoutSetDefaultDllDirectories) {
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordFlags);
+  const ImportPatch find(Library().Module(), "GetProcAddress", &OnAnOlderSystem);
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(0x8u, loadFlags);
+}
+
+// The path of the host program as the library is told it.
+std::wstring hostPath;
+
+// Like the platform's older versions, this does not terminate a path that it cuts off.
+DWORD WINAPI GiveHostPath(HMODULE module, LPWSTR text, DWORD room) {
+  if (module) {
+    return GetModuleFileNameW(module, text, room);
+  }
+  const std::size_t count = std::min<std::size_t>(hostPath.size() + 1, room);
+  std::copy_n(hostPath.c_str(), count, text);
+  return static_cast<DWORD>(std::min<std::size_t>(hostPath.size(), room));
+}
+
+// Gives the paths at which the library looks for itself below a host whose path has this length.
+std::vector<std::string> PathsTriedUnderAHostPathOf(std::size_t length) {
+  hostPath = L"C:\\" + std::wstring(length - 3 - 6, L'd') + L"\\h.exe";
+  EXPECT_EQ(length, hostPath.size());
+  const ImportPatch name(Library().Module(), "GetModuleFileNameW", &GiveHostPath);
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
+  loaderCalls.clear();
+  char text[64];
+  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  return loaderCalls;
+}
+
+std::string LoadFrom(const std::wstring& directory) {
+  return "load 1100 " + Utf8((directory + L"\\Cifra.dll").c_str());
+}
+
+TEST(ModuleLoaderHostPath, OfUpTo259Characters_LeadsToItsDirectoryThoughTheFilesPathIsLonger) {
+  // From 257 characters on the file's path outgrows the 260 that need no heap.
+  for (const std::size_t length : {250u, 256u, 257u, 259u}) {
+    const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
+    ASSERT_LE(2u, tried.size()) << length;
+    EXPECT_EQ(LoadFrom(hostPath.substr(0, length - 6)), tried[0]);
+    EXPECT_EQ(LoadFrom(Cifra::Test::CifraLibrary::FileUnderTest().parent_path().wstring()),
+              tried[1]);
+  }
+}
+
+TEST(ModuleLoaderHostPath, Of260CharactersOrMore_LeadsNowhere) {
+  for (const std::size_t length : {260u, 261u, 300u}) {
+    const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
+    ASSERT_LE(2u, tried.size()) << length;
+    EXPECT_EQ(LoadFrom(hostPath.substr(0, 260)), tried[0]);
+  }
+}
+
+KxCreateObjectFunction* realCreate = nullptr;
+KxDestroyObjectFunction* realDestroy = nullptr;
+std::map<std::string, const void*> objectsByName;
+
+std::uint32_t RecordCreate(const wchar_t* objectId, const InterfaceId* iid, void** result) {
+  EXPECT_EQ(IKxBaseInterface::kInterfaceId, *iid);
+  const std::uint32_t code = realCreate(objectId, iid, result);
+  objectsByName[Utf8(objectId)] = *result;
+  return code;
+}
+
+void RecordDestroy(const wchar_t* objectId, IKxBaseInterface* object) {
+  EXPECT_EQ(objectsByName[Utf8(objectId)], object);
+  calls.push_back("destroy " + Utf8(objectId));
+  realDestroy(objectId, object);
+}
+
+// What GetProcAddress finds in the place of the library's exports.
+std::map<std::string, void*> replacements;
+
+FARPROC WINAPI FindReplaced(HMODULE module, LPCSTR name) {
+  const auto found = replacements.find(name);
+  if (found == replacements.end()) {
+    return GetProcAddress(module, name);
+  }
+  calls.push_back(std::string("find ") + name);
+  return reinterpret_cast<FARPROC>(found->second);
+}
+
+BOOL WINAPI RecordFree(HMODULE module) {
+  calls.push_back("free");
+  return FreeLibrary(module);
+}
+
+// Has a function obtain an object while the exports are replaced, and gives the calls made.
+std::vector<std::string> CallsWith(std::map<std::string, void*> exports,
+                                   std::uint32_t expectedResult) {
+  replacements = std::move(exports);
+  const ImportPatch find(Library().Module(), "GetProcAddress", &FindReplaced);
+  const ImportPatch free(Library().Module(), "FreeLibrary", &RecordFree);
+  calls.clear();
+  char text[64];
+  EXPECT_EQ(expectedResult, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  return calls;
+}
+
+template <typename Function>
+void* Address(Function* function) {
+  return reinterpret_cast<void*>(function);
+}
+
+using Calls = std::vector<std::string>;
+
+TEST(ModuleLoaderRelease, OfAnObject_DestroysItUnderItsIdentifierAndThenFreesTheLibrary) {
+  realCreate = Library().createObject;
+  realDestroy = Library().destroyObject;
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "find KxCreateObject",
+                   "find KxDestroyObject", "find KxCreateObject", "find KxDestroyObject",
+                   "destroy Cifra.BowfishAndBase64", "destroy Cifra.Base64", "free",
+                   "destroy Cifra.Blowfish", "free", "free"}),
+            CallsWith({{"KxCreateObject", Address(&RecordCreate)},
+                       {"KxDestroyObject", Address(&RecordDestroy)}},
+                      kCifraSuccess));
+}
+
+TEST(ModuleLoaderRelease, WithoutKxCreateObject_FreesTheLibraryAndLooksNoFurther) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "free"}),
+            CallsWith({{"KxCreateObject", nullptr}, {"KxDestroyObject", nullptr}}, kCifraNotFound));
+}
+
+TEST(ModuleLoaderRelease, WithoutKxDestroyObject_FreesTheLibraryAndCreatesNothing) {
+  EXPECT_EQ((Calls{"find KxDestroyObject", "free"}),
+            CallsWith({{"KxDestroyObject", nullptr}}, kCifraNotFound));
+}
+
+// An object without the interface that is asked of it.
+class BareObject final : public IKxBaseInterface {
+ public:
+  void* QueryInterface(const InterfaceId&) override {
+    calls.push_back("query");
+    return nullptr;
+  }
+};
+BareObject bareObject;
+
+std::uint32_t CreateBare(const wchar_t*, const InterfaceId*, void** result) {
+  calls.push_back("create");
+  *result = static_cast<IKxBaseInterface*>(&bareObject);
+  return kCifraSuccess;
+}
+
+void DestroyBare(const wchar_t* objectId, IKxBaseInterface* object) {
+  EXPECT_EQ(&bareObject, object);
+  calls.push_back("destroy " + Utf8(objectId));
+}
+
+TEST(ModuleLoaderRelease, OfAnObjectThatLacksTheInterface_DestroysItAndThenFreesTheLibrary) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "create", "query",
+                   "destroy Cifra.BowfishAndBase64", "free"}),
+            CallsWith({{"KxCreateObject", Address(&CreateBare)},
+                       {"KxDestroyObject", Address(&DestroyBare)}},
+                      kCifraNotFound));
+}
+
+std::uint32_t CreateNothing(const wchar_t*, const InterfaceId*, void** result) {
+  *result = nullptr;
+  return kCifraNotFound;
+}
+
+TEST(ModuleLoaderRelease, WithoutAnObject_FreesTheLibraryAndDestroysNothing) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "free"}),
+            CallsWith({{"KxCreateObject", Address(&CreateNothing)},
+                       {"KxDestroyObject", Address(&DestroyBare)}},
+                      kCifraNotFound));
+}
+
+}  // namespace
