@@ -2,13 +2,15 @@
 
 #include "Cifra/ResultCodes.h"
 #include "foundation/logging/CTraceScope.h"
+#include "signature/CertificateText.h"
+#include "signature/SignatureTime.h"
 
 namespace Cifra {
 namespace {
 
 using enum logging::LogLevel;
 
-constexpr std::size_t kPathRoom = 64;  // characters
+constexpr std::size_t kPathCapacity = 64;  // characters
 
 constexpr wchar_t kGetDigitalSignature[] =
     L"Cifra::DigitalSignatureObjectImplementation::GetDigitalSignature";
@@ -21,7 +23,7 @@ constexpr wchar_t kGetCertificate[] =
 
 // The platform's verdict on the request's current signature.
 LONG Verify(TrustRequest& request, TrustState& state, const bool& onlineCheck) {
-  // Tells the service that no user is there. On purpose at the retry only: all other calls pass
+  // Tells the service that there is no user to ask. Only the retry says so: all other calls pass
   // null.
   const HWND noUser = static_cast<HWND>(INVALID_HANDLE_VALUE);
   const LONG result = state.Verify(nullptr);
@@ -31,8 +33,8 @@ LONG Verify(TrustRequest& request, TrustState& state, const bool& onlineCheck) {
   logging::Log(kFailure, kEnumCertificates, L"WinVerifyTrust failed with error 0x%.8X\n", result);
   state.Close(noUser);
   logging::Log(kRetry, kEnumCertificates, L"WinVerifyTrust try again online check");
-  // On purpose not set back: the file's further signatures go online at their first attempt, which
-  // a caller with an onlineCheck must be prepared to wait for.
+  // Stays in force for the file's further signatures: callers depend on their going online at the
+  // first attempt.
   request.data.dwProvFlags = 0;
   const LONG onlineResult = state.Verify(noUser);
   if (onlineResult != ERROR_SUCCESS) {
@@ -46,7 +48,7 @@ LONG Verify(TrustRequest& request, TrustState& state, const bool& onlineCheck) {
 
 DigitalSignatureObjectImplementation::DigitalSignatureObjectImplementation() {
   log.Acquire();
-  kx::FatalUnless(filePath.Reserve(kPathRoom));
+  kx::FatalUnless(filePath.Reserve(kPathCapacity));
 }
 
 std::uint32_t DigitalSignatureObjectImplementation::VerifyFile(const String& path,
@@ -57,8 +59,8 @@ std::uint32_t DigitalSignatureObjectImplementation::VerifyFile(const String& pat
 
 bool DigitalSignatureObjectImplementation::IsSigned(const String& path, const bool& onlineCheck) {
   kx::List<Chain> chains;
-  // On purpose answered from all files that the object has seen: once one had a trusted signature,
-  // every file that can be opened counts as signed. A caller takes a fresh object for each file.
+  // Callers depend on the chains of earlier files being counted: once a file had a trusted
+  // signature, every file that can be opened counts as signed.
   return GetDigitalSignature(path, chains, onlineCheck) == kCifraSuccess && !trustedChains.empty();
 }
 
@@ -74,14 +76,14 @@ std::uint32_t DigitalSignatureObjectImplementation::GetDigitalSignature(const St
                                                                         kx::IList<Chain>& chains,
                                                                         const bool& onlineCheck) {
   const logging::CTraceScope trace(kGetDigitalSignature);
-  struct FileForgetter {
+  struct FileGuard {  // closes the file however the verification ends
     DigitalSignatureObjectImplementation& object;
-    ~FileForgetter() {
+    ~FileGuard() {
       object.filePath.ReleaseBuffer(0);
       object.file.reset();
     }
   };
-  const FileForgetter forgetter{*this};
+  const FileGuard guard{*this};
   filePath = path;
   const DWORD error = OpenFileHandle();
   if (error != ERROR_SUCCESS) {
@@ -109,22 +111,22 @@ void DigitalSignatureObjectImplementation::EnumCertificates(kx::IList<Chain>& ch
   const logging::CTraceScope trace(kEnumCertificates);
   TrustRequest request(filePath.CStr(), file.get());
   do {
-    HandleSignature(request, chains, onlineCheck);
+    VerifyOneSignature(request, chains, onlineCheck);
   } while (request.Advance());
 }
 
-void DigitalSignatureObjectImplementation::HandleSignature(TrustRequest& request,
-                                                           kx::IList<Chain>& chains,
-                                                           const bool& onlineCheck) {
+void DigitalSignatureObjectImplementation::VerifyOneSignature(TrustRequest& request,
+                                                              kx::IList<Chain>& chains,
+                                                              const bool& onlineCheck) {
   TrustState state(request);
   const LONG result = Verify(request, state, onlineCheck);
   if (observer) {
     observer->OnVerifyResult(result);
   }
 
-  // Where the provider's data or the signer is missing, the state is left open on purpose: a caller
-  // that verifies many such files, unsigned ones above all, sees the process grow. The handle of
-  // the open state stays in the request, and the verification of the next signature starts with it.
+  // Without provider data or a signer the state is left open, and its handle stays in the request
+  // for the next signature to start from: callers depend on this order of calls. A process that
+  // verifies many such files, unsigned ones above all, grows with each of them.
   CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(request.data.hWVTStateData);
   if (!provider) {
     logging::Log(kFailure, kEnumCertificates,
@@ -144,10 +146,10 @@ void DigitalSignatureObjectImplementation::HandleSignature(TrustRequest& request
 
   Chain chain;
   if (GetCertificate(*signer, chain)) {
-    chain.timestamp = GetTimestamp(*provider, *signer);
+    chain.timestamp = ReadTimestamp(*provider, *signer);
   }
   if (result == ERROR_SUCCESS) {
-    trustedChains.push_back(chain);  // on purpose never emptied, see IsSigned
+    trustedChains.push_back(chain);  // never emptied, see IsSigned
   }
   chains.AddTail(chain);
   state.Close(nullptr);
@@ -167,15 +169,8 @@ bool DigitalSignatureObjectImplementation::GetCertificate(CRYPT_PROVIDER_SGNR& s
   if (observer) {
     observer->OnCertificate(found->pCert);
   }
-  const CERT_INFO& info = *found->pCert->pCertInfo;
-  const String issuer = GetIssuer(info);
-  const String subject = GetSubject(info);
-  const String serial = GetSerial(info);
-
   Certificate certificate;
-  certificate.issuer = SplitName(issuer);
-  certificate.subject = SplitName(subject);
-  if (certificate.serial.Assign(serial.CStr(), serial.Length())) {
+  if (ReadCertificate(*found->pCert->pCertInfo, certificate)) {
     chain.certificates.AddTail(certificate);
   }
   return true;

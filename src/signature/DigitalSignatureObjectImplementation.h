@@ -1,7 +1,6 @@
 #pragma once
 
 #include <windows.h>
-#include <wincrypt.h>
 #include <wintrust.h>
 
 #include <vector>
@@ -13,8 +12,8 @@
 
 namespace Cifra {
 
-// DigitalSignatureObjectImplementation walks the signatures of a file with the platform's trust
-// service (WinTrust), and turns what it finds of the signers into chains.
+// DigitalSignatureObjectImplementation verifies a file's signatures one after another with the
+// platform's trust service (WinTrust) and describes each signer in a chain.
 class DigitalSignatureObjectImplementation : public IDigitalSignature {
  public:
   DigitalSignatureObjectImplementation();
@@ -35,22 +34,10 @@ class DigitalSignatureObjectImplementation : public IDigitalSignature {
  private:
   using String = kx::StringT<wchar_t>;
 
-  // The walk over the signatures of a file.
   DWORD OpenFileHandle();
   void EnumCertificates(kx::IList<Chain>& chains, const bool& onlineCheck);
-  void HandleSignature(TrustRequest& request, kx::IList<Chain>& chains, const bool& onlineCheck);
+  void VerifyOneSignature(TrustRequest& request, kx::IList<Chain>& chains, const bool& onlineCheck);
   bool GetCertificate(CRYPT_PROVIDER_SGNR& signer, Chain& chain);
-
-  // What is told of a certificate.
-  static void BlobToStr(const CERT_NAME_BLOB& blob, String& text);
-  static String GetName(const wchar_t* function, const wchar_t* format, const CERT_NAME_BLOB& blob);
-  static String GetIssuer(const CERT_INFO& certificate);
-  static String GetSubject(const CERT_INFO& certificate);
-  static String GetSerial(const CERT_INFO& certificate);
-  static SignatureInfo::Name SplitName(const String& name);
-
-  // When a signature was made, in milliseconds since 1970, or 0.
-  static std::uint64_t GetTimestamp(CRYPT_PROVIDER_DATA& provider, CRYPT_PROVIDER_SGNR& signer);
 
   String filePath;
   kx::FileHandle file;

@@ -6,7 +6,7 @@
 
 namespace Cifra {
 
-// DigitalSignaturePlugin is the verification as an object of the factory.
+// DigitalSignaturePlugin is the class that the factory makes for kDigitalSignatureObjectId.
 class DigitalSignaturePlugin final : public DigitalSignatureObjectImplementation,
                                      public IKxBaseInterface {
  public:
@@ -17,7 +17,7 @@ class DigitalSignaturePlugin final : public DigitalSignatureObjectImplementation
   }
 
  private:
-  logging::CLogDLLRef log;  // the plugin's own; the verification holds another
+  logging::CLogDLLRef log;  // besides the one that the base class holds
 };
 
 }  // namespace Cifra

@@ -23,7 +23,7 @@ std::wstring_view Trimmed(std::wstring_view text, wchar_t character) {
   return text.substr(first, text.find_last_not_of(character) - first + 1);
 }
 
-// One element of a name without the blanks and quotes around it. Quotes inside stay doubled.
+// A type or value without surrounding blanks and quotes. Quotes inside it stay doubled.
 std::string Element(const wchar_t* text, DWORD length) {
   const std::wstring_view bare = Trimmed(Trimmed(Trimmed({text, length}, L' '), L'"'), L' ');
   const StringT<char> utf8 = ToUtf8(StringT<wchar_t>(bare.data(), bare.size()));
@@ -35,8 +35,8 @@ void Split(DsGetRdnFunction& getRdn, const StringT<wchar_t>& name,
   const wchar_t* rest = name.CStr();
   DWORD restLength = static_cast<DWORD>(name.Length());
   bool isExhausted = false;
-  // Behind a skipped element the platform is asked once more even when nothing is left. That call
-  // fails; should it not, it would succeed for ever.
+  // After an element without a type or value, one more call is made even when nothing is left. That
+  // call must be the last: were it to succeed, so would every further one.
   while (!isExhausted) {
     isExhausted = restLength == 0;
     const wchar_t* key = nullptr;
@@ -48,8 +48,7 @@ void Split(DsGetRdnFunction& getRdn, const StringT<wchar_t>& name,
       logging::Log(logging::LogLevel::kFailure, kFunction, L"Error %d\n", error);
       return;
     }
-    // On purpose not asked again when trimmed: a value of nothing but blanks or quotes makes its
-    // key present with an empty value.
+    // Tested before trimming: a value of only blanks or quotes adds an empty value to its type.
     if (keyLength != 0 && valueLength != 0) {
       attributes[Element(key, keyLength)].insert(Element(value, valueLength));
       isExhausted = restLength == 0;

@@ -9,17 +9,16 @@
 namespace kx {
 
 // DistinguishedNameBuilder splits a distinguished name into its attributes, with the platform's
-// DsGetRdnW. The platform's library is loaded and freed for each name.
+// DsGetRdnW (Ntdsapi.dll), which is loaded and freed for each name.
 class DistinguishedNameBuilder {
  public:
   // Values by attribute type, in UTF-8, both in ascending order of their bytes.
   using Attributes = std::map<std::string, std::set<std::string>>;
 
-  // name is a text as CertNameToStrW makes it, in UTF-8. Blanks and quotes around types and
-  // values are taken off. Attributes without a type or a value are left out, but one whose value
-  // holds nothing but blanks or quotes is there with an empty value. Left out, too, is everything
-  // behind a part that the platform cannot read. Nothing is found when the platform's library is
-  // missing.
+  // name is text from CertNameToStrW, in UTF-8. Blanks and quotes around types and values are
+  // removed. Attributes without a type or a value are skipped; a value of only blanks or quotes
+  // becomes the empty value. Parsing stops at the first element that the platform cannot read. The
+  // result is empty when the platform's library is missing.
   explicit DistinguishedNameBuilder(const StringT<char>& name);
 
   const Attributes& Result() const { return attributes; }

@@ -1,14 +1,16 @@
-// The part of DigitalSignatureObjectImplementation that reads a signature's time stamp.
+#include "signature/SignatureTime.h"
+
 #include <ctime>
 
+#include "foundation/logging/CLogDLL.h"
 #include "foundation/logging/CTraceScope.h"
-#include "signature/DigitalSignatureObjectImplementation.h"
 
 namespace Cifra {
 namespace {
 
 using enum logging::LogLevel;
 
+// The name in the log is fixed: readers of the log know this step as a member of the class.
 constexpr wchar_t kGetTimestamp[] = L"Cifra::DigitalSignatureObjectImplementation::GetTimestamp";
 
 // The time of the first counter-signer that is a time-stamping authority; null when there is none.
@@ -32,16 +34,15 @@ std::uint64_t MillisecondsSince1970(const SYSTEMTIME& time) {
   calendar.tm_mon = time.wMonth - 1;
   calendar.tm_year = time.wYear - 1900;
   calendar.tm_isdst = 0;
-  // The runtime answers -1 for a time that it cannot express, such as one before 1970; taken as it
-  // is, and unsigned, that becomes a time far beyond any other.
+  // The runtime returns -1 for a time it cannot express, such as one before 1970. Callers get that
+  // value unchanged: as an unsigned number, a time later than any real one.
   return static_cast<std::uint64_t>(_mkgmtime64(&calendar) * kMillisecondsPerSecond +
                                     time.wMilliseconds);
 }
 
 }  // namespace
 
-std::uint64_t DigitalSignatureObjectImplementation::GetTimestamp(CRYPT_PROVIDER_DATA& provider,
-                                                                 CRYPT_PROVIDER_SGNR& signer) {
+std::uint64_t ReadTimestamp(CRYPT_PROVIDER_DATA& provider, const CRYPT_PROVIDER_SGNR& signer) {
   const logging::CTraceScope trace(kGetTimestamp);
   if (signer.csCounterSigners == 0) {
     logging::Log(kFailure, kGetTimestamp, L"No counter signer found.");

@@ -6,8 +6,7 @@
 
 #include <cstddef>
 
-// The records of a trust request that name one of a file's signatures. Headers older than Windows 8
-// do not have them.
+// The records that select one of a file's signatures; headers older than Windows 8 lack them.
 namespace Cifra {
 
 #ifdef WSS_VERIFY_SPECIFIC
@@ -34,14 +33,14 @@ static_assert(sizeof(WINTRUST_FILE_INFO) == 32);
 static_assert(sizeof(TrustSettings) == 32);
 static_assert(sizeof(TrustData) == 88);
 
-// TrustRequest is what the trust service is asked about one file: its signatures, one after
-// another, starting with the primary one. The service writes to it.
+// TrustRequest holds the trust service's input records for one file. The service writes to them
+// too. It selects one signature at a time, beginning with the primary one.
 struct TrustRequest {
   TrustRequest(const wchar_t* path, HANDLE openFile);
   TrustRequest(const TrustRequest&) = delete;
   TrustRequest& operator=(const TrustRequest&) = delete;
 
-  // Goes on to the next signature; false when that was the last one.
+  // Selects the next signature; false after the last one.
   bool Advance();
 
   WINTRUST_FILE_INFO file{};
@@ -49,7 +48,7 @@ struct TrustRequest {
   TrustData data{};
 };
 
-// TrustState is the state that the trust service keeps of a verification until it is closed.
+// TrustState owns the state that the trust service keeps for a verification until it is closed.
 class TrustState {
  public:
   explicit TrustState(TrustRequest& trustRequest) : request(trustRequest) {}
@@ -57,9 +56,10 @@ class TrustState {
   TrustState(const TrustState&) = delete;
   TrustState& operator=(const TrustState&) = delete;
 
-  // Has the request's current signature verified; returns the service's verdict, 0 for trusted.
+  // Verifies the selected signature; returns the service's verdict, 0 for trusted.
   LONG Verify(HWND window);
   void Close(HWND window);
+  // Gives up ownership: the service keeps the state until the process ends.
   void LeaveOpen() { isOpen = false; }
 
  private:
