@@ -1,6 +1,6 @@
 #pragma once
 
-// Everything that a caller of Cifra.dll needs.
+// Includes every public header.
 #include "Cifra/Factory.h"
 #include "Cifra/Functions.h"
 #include "Cifra/IBase64.h"

@@ -11,19 +11,18 @@
 // the library is loaded; an object itself serves one caller at a time.
 extern "C" {
 
-// KxCreateObject makes a new object and stores the face of it that *iid names in *result. The
-// object is the caller's until it is handed to KxDestroyObject, for which the caller needs the
-// object's IKxBaseInterface: ask for that identifier here, and the object for its service.
+// KxCreateObject makes a new object and stores a pointer to its interface *iid in *result. The
+// caller owns the object until it passes it to KxDestroyObject, which takes its IKxBaseInterface:
+// request that interface here, and the service interface from QueryInterface.
 //
 // Returns kCifraSuccess, or kCifraNotFound with a null *result when objectId is unknown, the object
-// cannot be made or does not offer the interface. objectId (terminated UTF-16), iid and result must
-// not be null. std::bad_alloc leaves this function when there is no memory for the object; for the
-// path that kDigitalSignatureObjectId holds from the start, lack of memory ends the process.
+// cannot be made or does not implement the interface. objectId (terminated UTF-16), iid and result
+// must not be null. Throws std::bad_alloc when there is no memory for the object. If there is none
+// for the path buffer that the constructor of kDigitalSignatureObjectId reserves, the process ends.
 std::uint32_t KxCreateObject(const wchar_t* objectId, const InterfaceId* iid, void** result);
 
-// KxDestroyObject destroys an object. objectId must be the identifier that the object was made
-// under; with an unknown identifier, or that of another class, nothing happens and the object
-// lives on.
+// KxDestroyObject destroys an object. objectId must be the identifier it was created with; given an
+// unknown one, or that of another class, the function does nothing and the object remains.
 void KxDestroyObject(const wchar_t* objectId, IKxBaseInterface* object);
 
 }  // extern "C"

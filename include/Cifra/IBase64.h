@@ -9,11 +9,11 @@
 
 namespace Cifra {
 
-// IBase64 turns bytes into Base64 text and back, with the alphabet of RFC 4648, section 4. There
-// are no line breaks in what it writes, and none are accepted in what it reads.
+// IBase64 encodes bytes as Base64 and decodes it, with the alphabet of RFC 4648, section 4. It
+// neither writes nor accepts line breaks.
 //
-// Lengths and sizes are in bytes, which are characters in a Base64 text. Exhausted memory raises
-// the standard library's exception.
+// Lengths and sizes are in bytes; a Base64 character is one byte. Operations that grow a container
+// throw std::bad_alloc or std::length_error when they cannot.
 //
 // Obtained from the object kBase64ObjectId.
 class IBase64 {
@@ -21,30 +21,29 @@ class IBase64 {
   static constexpr InterfaceId kInterfaceId{
       0x6AEEF266, 0x03FC, 0x8400, {0xF6, 0x42, 0xAB, 0x72, 0x71, 0x15, 0x53, 0xAF}};
 
-  // Encode replaces output with the Base64 text of the input, with '=' padding to a multiple of 4
-  // characters when addPadding is set. Empty input gives an empty text.
+  // Replaces output with the Base64 text of the input, padded with '=' to a multiple of 4
+  // characters if addPadding is set. Empty input gives an empty text.
   KX_SLOTS_2(virtual void Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                  std::string& output, bool addPadding) = 0,
              virtual void Encode(const std::vector<std::uint8_t>& input, std::string& output,
                                  bool addPadding) = 0);
 
-  // The room that Decode makes for a text of encodedLength characters: (encodedLength / 4) * 3. It
-  // can exceed the decoded length by up to 2.
+  // The buffer size that Decode uses for encodedLength characters: (encodedLength / 4) * 3. It can
+  // exceed the decoded length by up to 2.
   virtual std::uint64_t GetDecodedSize(std::uint64_t encodedLength) = 0;
 
-  // Decodes input into a buffer of the caller's. *size is the room in bytes on entry, which must be
-  // 3 bytes for every 4 characters begun, and the decoded length on return. Padding may be left
-  // off.
+  // Decodes input into the caller's buffer. On entry *size is the buffer's size, at least 3 bytes
+  // for every 4 characters, rounded up; on return it is the decoded length. Padding may be omitted.
   //
-  // Returns kCifraSuccess, or kCifraFunctionFailed with 0 in *size: too little room, an empty text,
-  // a character outside the alphabet (white space too), '=' inside the text, or padding of a wrong
-  // length. On failure the buffer is untouched or, when a character was to blame, zeroed.
+  // Returns kCifraSuccess, or kCifraFunctionFailed with 0 in *size when the buffer is too small,
+  // the text is empty, or it has a character outside the alphabet (white space included), '='
+  // before the end or padding of the wrong length. An invalid character leaves the buffer zeroed,
+  // every other failure leaves it untouched.
   virtual std::uint32_t DecodeToBuffer(const std::string& input, std::uint8_t* output,
                                        std::uint64_t* size) = 0;
 
-  // Decodes input into output, which is resized to the decoded length, 0 on failure. Result codes
-  // are those of DecodeToBuffer; text without its padding is refused, because the room made is
-  // GetDecodedSize.
+  // Decodes input into output, resized to the decoded length, 0 on failure. Result codes are those
+  // of DecodeToBuffer. Text without its padding is refused: GetDecodedSize is too small for it.
   virtual std::uint32_t Decode(const std::string& input, std::vector<std::uint8_t>& output) = 0;
 
  protected:

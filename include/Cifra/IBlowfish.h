@@ -9,10 +9,11 @@ namespace Cifra {
 
 // IBlowfish enciphers byte buffers with Blowfish (B. Schneier, "Description of a New
 // Variable-Length Key, 64-Bit Block Cipher", 1994) in electronic-codebook mode: each 8-byte block
-// by itself, no initialisation vector.
+// independently, without an initialisation vector.
 //
-// The two 32-bit halves of a block are read and written little-endian, unlike in the published test
-// vectors: ciphertext is that of other implementations with the bytes of each 4-byte half reversed.
+// The two 32-bit halves of a block are little-endian, unlike in the published test vectors. To
+// interoperate with other implementations, reverse the bytes of each 4-byte half of both plaintext
+// and ciphertext.
 //
 // Obtained from the object kBlowfishObjectId.
 class IBlowfish {
@@ -20,22 +21,21 @@ class IBlowfish {
   static constexpr InterfaceId kInterfaceId{
       0xD41C8FB2, 0x4EF4, 0x9E5E, {0x36, 0x23, 0xA7, 0x52, 0x23, 0x6F, 0x00, 0x00}};
 
-  // Sets the key for all that follows. keyLength is in bytes, from 1; the cipher uses up to 56, and
-  // further bytes, up to the 72nd, still change the result. A length below 1 or a null key ends the
-  // process. Until the first key is set the results of Encrypt and Decrypt are meaningless.
+  // Sets the key for the calls that follow. keyLength is in bytes, at least 1; Blowfish defines
+  // keys of up to 56, but further bytes, up to the 72nd, change the result too. A length below 1 or
+  // a null key ends the process. Before the first key Encrypt and Decrypt give meaningless results.
   virtual void SetKey(const std::uint8_t* key, std::int32_t keyLength) = 0;
 
   // Enciphers inputLength bytes into output, which is resized to inputLength rounded up to a
-  // multiple of 8; zero bytes fill the last block. input may be output.data(): the buffer is then
-  // enciphered in place. Otherwise the two must not overlap. One call enciphers at most 2^32 - 1
-  // blocks. Always returns 0; std::bad_alloc or std::length_error when output cannot grow.
+  // multiple of 8; the last block is padded with zero bytes. If input is output.data(), the buffer
+  // is enciphered in place; otherwise the two must not overlap. One call enciphers at most 2^32 - 1
+  // blocks. Always returns 0; throws std::bad_alloc or std::length_error when output cannot grow.
   virtual std::uint32_t Encrypt(const std::uint8_t* input, std::uint64_t inputLength,
                                 std::vector<std::uint8_t>& output) = 0;
 
-  // Deciphers inputLength bytes, which Encrypt made, into output; the zero bytes that Encrypt added
-  // come back. Whole blocks are deciphered only: of a length that is not a multiple of 8 the rest
-  // is dropped, and output is that much shorter. In place, overlap, result and exceptions are as
-  // for Encrypt.
+  // Deciphers inputLength bytes of ciphertext into output; the zero bytes that Encrypt added are
+  // kept. Only whole blocks are deciphered: the remainder of inputLength modulo 8 is dropped and
+  // output is that much shorter. Overlap, result and exceptions are as for Encrypt.
   virtual std::uint32_t Decrypt(const std::uint8_t* input, std::uint64_t inputLength,
                                 std::vector<std::uint8_t>& output) = 0;
 

@@ -11,24 +11,23 @@
 
 namespace Cifra {
 
-// IDigitalSignature has the platform verify the Authenticode signatures of a file, and tells for
-// each of them who signed, with which certificate, and when.
+// IDigitalSignature verifies the Authenticode signatures of a file with the platform's trust
+// service and reports, for each of them, the signing certificate and the time stamp.
 //
-// A file is first verified with revocation data from the platform's cache only. Where onlineCheck
-// is set, a signature that fails is verified once more with retrieval from the network allowed;
-// from then on the file's further signatures are verified so at once.
+// Verification first uses only revocation data from the platform's cache. With onlineCheck set, a
+// signature that fails is verified once more with network retrieval allowed; the file's remaining
+// signatures may then retrieve at their first attempt.
 //
-// Result codes tell whether the file could be opened (0, or the platform's code, such as 2 for a
-// missing file), and nothing of its signatures: the platform's verdict on each one is reported to
-// the observer, and only signatures that it trusts get into the trusted chains.
+// Result codes only tell whether the file could be opened: 0, or the platform's code, such as 2 for
+// a missing file. The platform's verdict on each signature goes to the observer, and only trusted
+// signatures are added to the trusted chains.
 //
-// The platform's state of a signature for which it gives no provider data or no signer, as for an
-// unsigned file, stays open on purpose until the process ends: one that verifies many such files
-// grows with each of them.
+// The platform's state for a signature without provider data or signer, such as that of an unsigned
+// file, stays open until the process ends: a process that verifies many such files grows with each
+// of them. Callers depend on this order of calls to the platform.
 //
-// An object serves one caller at a time. The trusted chains add up over all files that the object
-// has seen: use a fresh object for each file where IsSigned or GetTrustedChains is to speak of that
-// file alone.
+// An object serves one caller at a time. Its trusted chains accumulate over all files it verifies:
+// use a new object for each file if IsSigned or GetTrustedChains is to apply to that file alone.
 //
 // Obtained from the object kDigitalSignatureObjectId.
 class IDigitalSignature {
@@ -36,25 +35,25 @@ class IDigitalSignature {
   static constexpr InterfaceId kInterfaceId{
       0x3A9EE0E6, 0x1477, 0x9A99, {0xD3, 0x41, 0xB8, 0x1B, 0x33, 0xA7, 0xC6, 0xD3}};
 
-  // Verifies a file's signatures for the observer and the trusted chains alone. Returns what
-  // GetDigitalSignature does.
+  // Verifies a file's signatures, reporting only to the observer and the trusted chains. Result
+  // codes are those of GetDigitalSignature.
   virtual std::uint32_t VerifyFile(const kx::StringT<wchar_t>& path, bool onlineCheck) = 0;
 
   // Verifies a file's signatures and appends a chain to `chains` for each one that has a signer,
-  // trusted or not. onlineCheck is read anew for each signature, so that an observer may change it.
+  // trusted or not. onlineCheck is read again for each signature: an observer may change it.
   virtual std::uint32_t GetDigitalSignature(const kx::StringT<wchar_t>& path,
                                             kx::IList<Chain>& chains, const bool& onlineCheck) = 0;
 
-  // True when the file could be opened and this object has ever seen a trusted signature, in this
-  // file or in an earlier one.
+  // True if the file could be opened and this object has found a trusted signature in it or in any
+  // earlier file.
   virtual bool IsSigned(const kx::StringT<wchar_t>& path, const bool& onlineCheck) = 0;
 
-  // Copies the chains of all trusted signatures that this object has seen. Needs the same standard
-  // library on both sides; the library must stay loaded while `chains` is used.
+  // Copies the chains of all trusted signatures found so far. Caller and DLL must use the same
+  // standard library; the DLL must stay loaded while `chains` is used.
   virtual void GetTrustedChains(std::vector<Chain>& chains) = 0;
 
-  // Sets the observer of the verifications that follow, or none with null. The observer is the
-  // caller's and must live as long as it is set.
+  // Sets the observer of the verifications that follow; null removes it. The observer is owned by
+  // the caller and must live as long as it is set.
   virtual void SetObserver(ISignatureObserver* observer) = 0;
 
  protected:

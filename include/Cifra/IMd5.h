@@ -8,14 +8,14 @@
 
 namespace Cifra {
 
-// IMd5 computes the MD5 digest (RFC 1321) of bytes that come in any number of pieces, and of files.
-// The object is ready to take bytes when it is made.
+// IMd5 computes the MD5 digest (RFC 1321) of bytes, in any number of pieces, and of files. A new
+// object is ready for Update.
 //
 // Obtained from the object kMd5ObjectId.
 class IMd5 {
  public:
-  // Shared with ISha256, on purpose: the two have the same slots, and either identifier yields the
-  // interface that the object at hand has.
+  // Shared with ISha256, whose slots are the same: callers depend on asking either object for
+  // either interface.
   static constexpr InterfaceId kInterfaceId{
       0x6E4FE624, 0x83FC, 0x8488, {0xF6, 0x48, 0x1B, 0x72, 0x71, 0x06, 0x47, 0x4D}};
   static constexpr std::size_t kDigestBytes = 16;
@@ -23,24 +23,24 @@ class IMd5 {
   // Starts over.
   virtual void Init() = 0;
 
-  // Adds length bytes. Lengths are counted modulo 2^61 bytes, as the algorithm does it.
+  // Adds length bytes. The total is counted modulo 2^61 bytes, as the algorithm prescribes.
   virtual void Update(const std::uint8_t* bytes, std::uint32_t length) = 0;
 
-  // Ends the hash and replaces output with the digest: 32 upper-case hexadecimal digits. Until Init
-  // is called further results are meaningless.
+  // Ends the hash and replaces output with the digest: 32 upper-case hexadecimal digits. Further
+  // results are meaningless until Init is called.
   virtual void GetHashString(kx::StringT<wchar_t>& output) = 0;
 
-  // Ends the hash and writes the digest's 16 bytes. Until Init is called further results are
-  // meaningless.
+  // Ends the hash and writes the digest's 16 bytes. Further results are meaningless until Init is
+  // called.
   virtual void Final(std::uint8_t (&digest)[kDigestBytes]) = 0;
 
-  // Replaces output with the digest of a file's content, in the form of GetHashString. The bytes
-  // that this object has taken so far are neither used nor disturbed.
+  // Replaces output with the digest of a file's content, in the form of GetHashString. This
+  // object's running hash is neither used nor changed.
   //
   // Returns kCifraSuccess; the platform's error code (GetLastError) when the file at path
   // (terminated UTF-16) cannot be opened for reading or a read fails; kCifraNotFound when the
-  // library's own file, or the object in it, cannot be obtained. On failure output stays as it was.
-  // std::bad_alloc when there is no memory to read into.
+  // library's own file, or the object in it, cannot be obtained. On failure output is unchanged.
+  // Throws std::bad_alloc when there is no memory for the read buffer.
   virtual std::uint32_t HashFile(const wchar_t* path, kx::StringT<wchar_t>& output) = 0;
 
  protected:

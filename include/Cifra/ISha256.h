@@ -9,10 +9,10 @@
 
 namespace Cifra {
 
-// ISha256 computes the SHA-256 digest (FIPS 180-4) of bytes that come in any number of pieces, and
-// of files. The work is done by the platform's hashing service (CNG); the statuses returned are its
-// own, 0 for success. The object is ready to take bytes when it is made, unless the service failed:
-// then every operation returns the service's status for a missing hash.
+// ISha256 computes the SHA-256 digest (FIPS 180-4) of bytes, in any number of pieces, and of files,
+// with the platform's hashing service (CNG). Statuses are the service's own, 0 for success. A new
+// object is ready for Update unless the service failed; every operation then returns the service's
+// status for a missing hash.
 //
 // Obtained from the object kSha256ObjectId.
 class ISha256 {
@@ -23,21 +23,21 @@ class ISha256 {
   // Starts over with a new hash.
   virtual std::int32_t Init() = 0;
 
-  // Adds length bytes. After the hash has ended the service refuses.
+  // Adds length bytes. The service refuses them after the hash has ended, until Init is called.
   virtual std::int32_t Update(const std::uint8_t* bytes, std::uint32_t length) = 0;
 
   // Ends the hash and replaces output with the digest: 64 upper-case hexadecimal digits. A failure
-  // of the service is not reported here, and gives 64 zeros or whatever the service wrote: use
-  // Final to learn of it.
+  // of the service is not reported and gives 64 zeros or whatever the service wrote. To detect it,
+  // use Final.
   virtual void GetHashString(kx::StringT<wchar_t>& output) = 0;
 
-  // Ends the hash and writes the digest's 32 bytes. After the hash has ended the service refuses,
-  // until Init is called.
+  // Ends the hash and writes the digest's 32 bytes. The service refuses a second call until Init is
+  // called.
   virtual std::int32_t Final(std::uint8_t (&digest)[kDigestBytes]) = 0;
 
-  // Replaces output with the digest of a file's content. See IMd5::HashFile. A failure of the
-  // service is not reported here either: the result is kCifraSuccess with a text that is not the
-  // file's digest. Who must know feeds the file to Update and ends with Final.
+  // Replaces output with the digest of a file's content; see IMd5::HashFile. A failure of the
+  // service is not reported: the result is kCifraSuccess with a text that is not the file's digest.
+  // To detect such a failure, hash the file with Update and Final.
   virtual std::uint32_t HashFile(const wchar_t* path, kx::StringT<wchar_t>& output) = 0;
 
  protected:

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-// InterfaceId names an interface: 16 bytes with the layout of a Windows GUID. Two identifiers are
-// the same when all 16 bytes are.
+// InterfaceId identifies an interface: 16 bytes with the layout of a Windows GUID. Two identifiers
+// are equal if all 16 bytes are.
 struct InterfaceId {
   std::uint32_t data1;
   std::uint16_t data2;

@@ -1,12 +1,11 @@
 #pragma once
 
-// The identifiers under which the factory knows its objects. They are matched exactly, letter case
-// included.
+// The identifiers of the objects that the factory makes. They are case-sensitive.
 namespace Cifra {
 
 inline constexpr wchar_t kBlowfishObjectId[] = L"Cifra.Blowfish";
 inline constexpr wchar_t kBase64ObjectId[] = L"Cifra.Base64";
-// "Bowfish" is the identifier's true spelling; callers depend on it.
+// Spelled "Bowfish": callers depend on it.
 inline constexpr wchar_t kBlowfishAndBase64ObjectId[] = L"Cifra.BowfishAndBase64";
 inline constexpr wchar_t kMd5ObjectId[] = L"Cifra.Md5";
 inline constexpr wchar_t kSha256ObjectId[] = L"Cifra.Sha256";

@@ -8,14 +8,15 @@
 
 namespace kx::rvsdk::AntivirusScan::ObjectInfo {
 
-// SignatureInfo is what is known of a file's signatures: one Chain for each, the primary signature
-// first, then the secondary ones by their index. All records own their members by value.
+// SignatureInfo holds the records that describe a file's signatures: one Chain for each, the
+// primary signature first, then the secondary ones by index. All records own their members by
+// value.
 struct SignatureInfo {
-  // A distinguished name by attribute type: the platform's short name (CN, O, OU, C ...) or, where
-  // it has none, a dotted object identifier. The values of a type are in ascending order of their
-  // UTF-8 bytes and free of duplicates. They are as the platform writes them into a name, without
-  // the blanks and quotes around them: a quote inside a value stays doubled. Attributes without a
-  // value are absent; one whose value is nothing but blanks or quotes has one empty value.
+  // The values of a distinguished name by attribute type: the platform's short name (CN, O, OU, C
+  // ...) or, where it has none, a dotted object identifier. The values of a type are unique and in
+  // ascending order of their UTF-8 bytes. They are spelled as in the platform's text form without
+  // surrounding blanks and quotes: a quote inside a value stays doubled. Attributes without a value
+  // are absent; a value of only blanks or quotes becomes the empty value.
   using Name = Map<StringT<wchar_t>, List<StringT<wchar_t>>>;
 
   struct Certificate {
@@ -26,11 +27,11 @@ struct SignatureInfo {
   };
 
   struct Chain {
-    // The signing certificate; empty when it could not be read.
+    // The signing certificate; empty if it could not be read.
     List<Certificate> certificates;
-    // When a time-stamping authority countersigned, in milliseconds since 1970-01-01 00:00:00 UTC;
-    // 0 without a time stamp and for one that could not be read. A time before 1970 wraps around
-    // to a number near 2^64; what it was cannot be told from it.
+    // The time of the time-stamping authority's countersignature, in milliseconds since 1970-01-01
+    // 00:00:00 UTC; 0 without a time stamp and for one that could not be read. A time before 1970
+    // gives a number near 2^64 from which the time cannot be recovered.
     std::uint64_t timestamp = 0;
   };
 };
