@@ -7,8 +7,8 @@
 
 namespace kx {
 
-// Words of the least significant byte first, at any address. All processors that the library runs
-// on keep their words that way, so a load or store is a plain one.
+// Unaligned little-endian loads and stores, and a big-endian load. All supported processors are
+// little-endian.
 static_assert(std::endian::native == std::endian::little);
 
 inline std::uint32_t LoadLittleEndian32(const std::uint8_t* bytes) {
@@ -23,7 +23,7 @@ inline std::uint64_t LoadLittleEndian64(const std::uint8_t* bytes) {
   return word;
 }
 
-// The exchange of bytes is asked for by name: not every compiler finds it in a loop.
+// Uses the byte-swap builtin: not every compiler recognises the loop.
 inline std::uint64_t LoadBigEndian64(const std::uint8_t* bytes) {
 #if defined(_MSC_VER) && !defined(__clang__)
   return _byteswap_uint64(LoadLittleEndian64(bytes));

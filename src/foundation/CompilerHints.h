@@ -1,6 +1,6 @@
 #pragma once
 
-// Compiler hints, for the few places where the compiler's own judgement costs speed.
+// Compiler hints for the few places where the compiler's own choice is measurably slower.
 //
 // KX_ALWAYS_INLINE replaces `inline`; KX_UNROLL_8 precedes a loop of eight iterations that is to be
 // unrolled.

@@ -7,9 +7,9 @@ extern "C" __declspec(noreturn) void __fastfail(unsigned int code);
 
 namespace kx {
 
-// Fatal ends the process at once and silently: no message on a standard stream, no handler of the
-// program runs. It is the answer to damaged memory, where nothing that still runs can be trusted.
-// On Windows the exit code is 0xC0000409 (the platform's fail-fast exception).
+// Fatal ends the process at once and silently: nothing is written to a standard stream and none of
+// the program's handlers run. It is for damaged memory, when no code can be trusted to run on. On
+// Windows the exit code is 0xC0000409 (the platform's fail-fast exception).
 [[noreturn]] inline void Fatal() noexcept {
 #if defined(_MSC_VER)
   __fastfail(7);  // 7 = FAST_FAIL_FATAL_APP_EXIT

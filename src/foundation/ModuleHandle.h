@@ -7,7 +7,7 @@
 
 namespace kx {
 
-// This library's own module: the image that contains the code.
+// The module that contains this code: Cifra.dll, or a test program that links it in.
 extern "C" IMAGE_DOS_HEADER __ImageBase;
 inline HMODULE OwnModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
 
@@ -15,13 +15,13 @@ struct ModuleCloser {
   void operator()(HMODULE module) const { FreeLibrary(module); }
 };
 
-// ModuleHandle owns one load reference of a module.
+// ModuleHandle owns one load reference to a module.
 using ModuleHandle = std::unique_ptr<std::remove_pointer_t<HMODULE>, ModuleCloser>;
 
-// The address of an export as a function of the given type, or null.
+// Returns a module's export as a function of the given type, or null if there is none.
 template <typename Function>
 Function* FindProcedure(HMODULE module, const char* name) {
-  // By way of void*: the compilers warn of casts between unlike function types.
+  // Through void*: compilers warn about casts between unrelated function types.
   return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 

@@ -8,8 +8,8 @@
 
 namespace kx {
 
-// SpinLock is a one-word lock for sections that are almost never contended; who finds it taken
-// sleeps for a millisecond between attempts.
+// SpinLock is a one-word lock for short or rare sections; a waiter sleeps for 1 ms between
+// attempts.
 class SpinLock {
  public:
   void lock() {
@@ -23,14 +23,14 @@ class SpinLock {
   std::atomic<std::uint32_t> word{0};
 };
 
-// SharedInstance is the bookkeeping of the one T of the library: built when its first user comes,
-// destroyed when its last user goes, and built afresh for the next one. T's constructor and
-// destructor run under the lock. There is no destructor: what is still held when the library is
-// unloaded stays as it is.
+// SharedInstance manages the library's one T, which exists while it has users: the first user
+// creates it and the last one destroys it. Both happen under the lock, which is therefore held
+// while the logging client loads log.dll; other threads that log wait that long. Without a
+// destructor, a T that is in use when the library is unloaded is left alone.
 template <typename T>
 class SharedInstance {
  public:
-  // Adds a user. When T cannot be built the exception passes on and nothing has changed.
+  // Adds a user. An exception of T's constructor propagates and leaves everything unchanged.
   T* AddUser() {
     const std::lock_guard guard(lock);
     if (users == 0) {
@@ -52,7 +52,7 @@ class SharedInstance {
     }
   }
 
-  // Read without the lock: the answer may be outdated by the time it arrives.
+  // Reads without the lock: the answer may be outdated on return.
   bool HasUsers() const { return users.load(std::memory_order_relaxed) != 0; }
 
  private:
@@ -64,8 +64,8 @@ class SharedInstance {
 template <typename T>
 inline constinit SharedInstance<T> sharedInstance{};
 
-// SharedRef is a handle on the shared T. It starts empty, counts the references it took and gives
-// all of them back when it is released or destroyed. Used while it is empty, it acquires first.
+// SharedRef is a handle to the shared T. It starts empty, counts the references it acquires and
+// returns all of them on Release or destruction. Dereferencing an empty one acquires first.
 template <typename T>
 class SharedRef {
  public:
@@ -84,7 +84,7 @@ class SharedRef {
     while (--count >= 0) {
       sharedInstance<T>.RemoveUser();
     }
-    ++count;  // takes back the decrement that ended the loop
+    ++count;  // undoes the decrement that ended the loop
   }
 
   T* operator->() {

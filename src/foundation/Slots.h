@@ -1,10 +1,10 @@
 #pragma once
 
-// KX_SLOTS lists the overloads of one name in the order of their virtual-table slots.
+// KX_SLOTS declares the virtual overloads of one name in the order of their slots.
 //
-// The Itanium C++ ABI lays overloads out in their order of declaration, the Microsoft C++ ABI in
-// the reverse of it. A table that both must read the same way is therefore declared in the order
-// that the compiler at hand needs. Overloads of one name always stand together in one KX_SLOTS.
+// The Itanium C++ ABI lays overloads out in order of declaration, the Microsoft C++ ABI in reverse.
+// The macro therefore declares them in the order that gives both the same table. All overloads of
+// a name go into one KX_SLOTS.
 #ifdef _MSC_VER
 #define KX_SLOTS_2(first, second) \
   second;                         \

@@ -5,8 +5,7 @@
 
 namespace kx {
 
-// Wipe overwrites bytes of memory with zeros, and does so even where the compiler can see that
-// nobody reads them again.
+// Wipe fills memory with zeros, even where the compiler can see that it is never read again.
 inline void Wipe(void* memory, std::size_t bytes) noexcept {
 #if defined(_MSC_VER) && !defined(__clang__)
   for (volatile unsigned char* p = static_cast<unsigned char*>(memory); bytes > 0; --bytes) {

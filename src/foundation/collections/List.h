@@ -25,7 +25,9 @@ class ListEnum final : public NodeEnum<IListEnum<Element>, ListNode<T>> {
  public:
   explicit ListEnum(const NodeList<ListNode<T>>& list) : Base(list) {}
 
-  Element* Current() override { return this->Place() ? &this->Place()->value : nullptr; }
+  Element* Current() override {
+    return this->CurrentNode() ? &this->CurrentNode()->value : nullptr;
+  }
 };
 
 template <typename T>
@@ -66,8 +68,8 @@ class List final : public IList<T> {
   const T* GetHead() const override { return ValueOf(nodes.First()); }
   std::uint32_t GetHead(T& out) const override { return CopyOut(nodes.First(), out); }
 
-  // The enumerator may be of any make, so only its own operations are relied on: the address of the
-  // element it shows tells where it stands.
+  // The enumerator may be another module's implementation, so only its interface is used: the
+  // address of its current element tells its position.
   std::uint32_t Remove(IListEnum<T>& at) override {
     const T* element = at.Current();
     Node* node = nodes.First();

@@ -31,19 +31,19 @@ class Enum final : public NodeEnum<IEnum<K, Shown>, MapNode<K, V>> {
  public:
   explicit Enum(const NodeList<MapNode<K, V>>& list) : Base(list) {}
 
-  const K* Key() override { return this->Place() ? &this->Place()->key : nullptr; }
-  Shown* Value() override { return this->Place() ? &this->Place()->value : nullptr; }
+  const K* Key() override { return this->CurrentNode() ? &this->CurrentNode()->key : nullptr; }
+  Shown* Value() override { return this->CurrentNode() ? &this->CurrentNode()->value : nullptr; }
 };
 
 template <typename K, typename V>
 using ConstEnum = Enum<K, V, const V>;
 
-// Map is a hash table of pairs by value; see IMap for its operations, and MapKey for the keys it
-// can have. Copying a map copies its pairs.
+// Map is a hash table of pairs by value; see IMap for its operations and MapKey for the types of
+// its keys. Copying a map copies its pairs.
 //
-// The table has 8 buckets at first and is doubled when it holds as many pairs. The pairs also stand
-// in the order of their adding, which is the order that enumerators follow: doubling the table does
-// not disturb them.
+// The table starts with 8 buckets and doubles when it holds as many pairs. The pairs are also
+// linked in order of insertion. Enumerators follow that order, so growing the table does not affect
+// them.
 template <typename K, typename V>
 class Map final : public IMap<K, V> {
  public:
@@ -87,8 +87,8 @@ class Map final : public IMap<K, V> {
     return kCifraSuccess;
   }
 
-  // The enumerator may be of any make, so only its own operations are relied on: the address of the
-  // key it shows must be that of the pair stored under this key.
+  // The enumerator may be another module's implementation, so only its interface is used: it is on
+  // a pair of this map if the address of its key is that of the stored one.
   std::uint32_t Remove(IEnum<K, V>& at) override {
     const K* key = at.Key();
     Node* node = key ? FindNode(MapKey<K>::Hash(*key), *key) : nullptr;
@@ -173,7 +173,7 @@ class Map final : public IMap<K, V> {
   }
 
   NodeList<Node> nodes;
-  std::unique_ptr<Node*[]> buckets;  // null while nothing was added
+  std::unique_ptr<Node*[]> buckets;  // null until the first pair is added
   std::size_t bucketCount = kFirstBucketCount;
 };
 

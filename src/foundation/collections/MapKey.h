@@ -7,16 +7,16 @@
 
 namespace kx {
 
-// MapKey tells a Map how to hash and compare its keys.
+// MapKey defines how a Map hashes and compares its keys.
 template <typename K>
 struct MapKey;
 
-// Strings are keys up to their terminator; an unset string is the empty text.
+// A string counts up to its terminator; an unset string equals the empty one.
 template <typename Char, typename MemMgr, typename Traits, int BlockVersion>
 struct MapKey<StringT<Char, MemMgr, Traits, BlockVersion>> {
   using String = StringT<Char, MemMgr, Traits, BlockVersion>;
 
-  // D. J. Bernstein's hash of code units, "djb2", modulo 2^64.
+  // D. J. Bernstein's "djb2" over the code units, modulo 2^64.
   static std::uint64_t Hash(const String& key) {
     std::uint64_t hash = 5381;
     for (const Char* unit = key.CStr(); *unit; ++unit) {

@@ -5,15 +5,15 @@
 
 namespace kx {
 
-// NodeLinks is the base of what a NodeList holds.
+// NodeLinks is the base of the nodes of a NodeList.
 template <typename Node>
 struct NodeLinks {
   Node* next = nullptr;
   Node* previous = nullptr;
 };
 
-// NodeList owns nodes in a doubly linked order. Lists and maps both keep their elements in one, so
-// that an element stays where it is until it is removed, whatever happens to its neighbours.
+// NodeList is a doubly linked list that owns its nodes. Lists and maps keep their elements in one,
+// which gives every element a stable address until it is removed.
 template <typename Node>
 class NodeList {
  public:
@@ -27,7 +27,7 @@ class NodeList {
   Node* Last() const { return last; }
   std::size_t Count() const { return count; }
 
-  // Takes over a node made with new.
+  // Takes ownership of a node made with new.
   void AddFirst(Node* node) noexcept { Link(node, nullptr, first); }
   void AddLast(Node* node) noexcept { Link(node, last, nullptr); }
 
@@ -67,8 +67,8 @@ class NodeList {
   std::size_t count = 0;
 };
 
-// NodeEnum gives an enumerator interface its place in a NodeList. What it shows of the node at that
-// place is left to the derived class. It lives on the heap and is destroyed by Release.
+// NodeEnum implements an enumerator interface as a position in a NodeList; the derived class gives
+// access to the current node. It lives on the heap until Release.
 template <typename Interface, typename Node>
 class NodeEnum : public Interface {
  public:
@@ -79,8 +79,8 @@ class NodeEnum : public Interface {
     }
   }
   void Release() override {
-    // Through its slot the operation can be called without an enumerator. The compiler takes `this`
-    // for never null and would drop a plain test.
+    // A caller may go through the table with a null pointer. The compiler assumes that `this` is
+    // never null and would drop a plain test.
     NodeEnum* volatile self = this;
     delete self;
   }
@@ -89,8 +89,8 @@ class NodeEnum : public Interface {
  protected:
   explicit NodeEnum(const NodeList<Node>& list) : nodes(list), node(list.First()) {}
 
-  // The node at the enumerator's place, null past the end.
-  Node* Place() const { return node; }
+  // Null past the end.
+  Node* CurrentNode() const { return node; }
 
  private:
   const NodeList<Node>& nodes;

@@ -6,10 +6,10 @@ namespace logging {
 namespace {
 
 constexpr wchar_t kLogFile[] = L"log.dll";
-constexpr std::size_t kPathRoom = 32767;  // the longest path there is
+constexpr std::size_t kMaxPath = 32767;  // the platform's limit, in characters
 
 kx::ModuleHandle LoadBesideThisLibrary() {
-  std::wstring path(kPathRoom, L'\0');
+  std::wstring path(kMaxPath, L'\0');
   path.resize(GetModuleFileNameW(kx::OwnModule(), path.data(), static_cast<DWORD>(path.size())));
   const std::size_t separator = path.rfind(L'\\');
   if (separator == std::wstring::npos) {
@@ -63,7 +63,7 @@ HRESULT CLogDLL::DropMessage(std::int32_t, const std::uint32_t*, HMODULE, const 
   return E_NOINTERFACE;
 }
 
-// In the order in which log.dll is asked, which is not that of the fields.
+// The order of the look-ups is fixed by contract; it differs from that of the fields.
 void CLogDLL::ResolveExports() {
   Resolve(LogApplySettings, "LogApplySettings");
   Resolve(LogSetSettingsFile, "LogSetSettingsFile");

@@ -9,30 +9,30 @@
 #include "foundation/ModuleHandle.h"
 #include "foundation/SharedInstance.h"
 
-// The client of log.dll, a separate library that takes this library's diagnostics. It is never
-// linked to and may be absent, in which case nothing is written.
+// The client of log.dll, a separate library that receives Cifra.dll's diagnostics. It is loaded at
+// run time and may be absent; messages are then dropped.
 namespace logging {
 
-// What log.dll makes of the levels is its own affair.
+// log.dll defines what each level means.
 enum class LogLevel : std::uint32_t {
   kFailure = 4,
   kRetry = 16,
   kInformation = 32,
 };
 
-// CLogDLL holds log.dll loaded, and its exports. An export that is missing is null, but for
-// LogWrite, which is then replaced by a function that does nothing.
+// CLogDLL keeps log.dll loaded and holds its exports. A missing export is null, except LogWrite,
+// which is then replaced by a function that does nothing.
 class CLogDLL {
  public:
-  // Takes the log.dll that the process has loaded already, from wherever, or else loads the one
-  // beside this library, and lets it initialise itself.
+  // Uses the log.dll that the process has already loaded, from whatever directory, or else loads
+  // the one in Cifra.dll's directory, and calls its LogInit.
   CLogDLL();
   ~CLogDLL();
   CLogDLL(const CLogDLL&) = delete;
   CLogDLL& operator=(const CLogDLL&) = delete;
 
-  // Hands one message on; the arguments are those of the printf-style format. depthChange is 1 for
-  // the message that enters a function, -1 for the one that leaves it, and otherwise 0.
+  // Passes one message to log.dll; the arguments are those of the printf-style format. depthChange
+  // is 1 for the message on entry to a function, -1 for the one on return, otherwise 0.
   void Write(std::int32_t depthChange, LogLevel level, const wchar_t* function,
              const wchar_t* format, ...) const;
 
@@ -42,7 +42,7 @@ class CLogDLL {
                                    va_list arguments);
   using LogRemoveModuleFunction = void(const char* caller);
   using PlainFunction = void();
-  using UnusedFunction = void();  // an export that is looked up but never called
+  using UnusedFunction = void();
 
   static HRESULT DropMessage(std::int32_t, const std::uint32_t*, HMODULE, const wchar_t*,
                              const wchar_t*, va_list);
@@ -53,6 +53,7 @@ class CLogDLL {
   }
   void CallIfPresent(const char* name) const;
 
+  // All of these are looked up, and most never called: the set and its order are fixed by contract.
   kx::ModuleHandle module;
   UnusedFunction* LogApplySettings = nullptr;
   UnusedFunction* LogSetSettingsFile = nullptr;
@@ -74,11 +75,11 @@ class CLogDLL {
 };
 
 // CLogDLLRef keeps the client alive: log.dll is loaded when the first one is acquired and unloaded
-// when the last one is released. Every object that logs holds one for its whole life.
+// when the last one is released. Every object that logs holds one throughout its life.
 using CLogDLLRef = kx::SharedRef<CLogDLL>;
 
-// Writes one message if any object that logs is alive, and otherwise costs one unlocked read. A
-// message that is issued while the last such object goes away may be written or dropped.
+// Writes one message if any object that logs is alive, and otherwise costs one unlocked read. While
+// the last such object is being destroyed a message may be written or dropped.
 template <typename... Arguments>
 void LogAtDepth(std::int32_t depthChange, LogLevel level, const wchar_t* function,
                 const wchar_t* format, Arguments... arguments) {

@@ -10,15 +10,15 @@
 namespace logging {
 namespace {
 
-constexpr wchar_t kCallSign[] = L"()";
-constexpr std::size_t kCallSignLength = 2;
+constexpr wchar_t kCallSuffix[] = L"()";
+constexpr std::size_t kCallSuffixLength = 2;
 
 }  // namespace
 
 CTraceScope::CTraceScope(const wchar_t* function) : startTime(timeGetTime()) {
-  wcsncpy_s(displayName, kNameRoom - kCallSignLength, function, _TRUNCATE);
-  wcscat_s(displayName, kNameRoom, kCallSign);
-  wcsncpy_s(functionName, kNameRoom, function, _TRUNCATE);
+  wcsncpy_s(displayName, kNameSize - kCallSuffixLength, function, _TRUNCATE);
+  wcscat_s(displayName, kNameSize, kCallSuffix);
+  wcsncpy_s(functionName, kNameSize, function, _TRUNCATE);
   LogAtDepth(+1, LogLevel::kInformation, functionName, L"-> %s", displayName);
 }
 

@@ -5,18 +5,18 @@
 
 namespace kx {
 
-// IMemMgr gives a string its memory. Sizes are in bytes. A block that one module's string got from
-// its manager may be resized and freed by another module, because it is done through this table.
+// IMemMgr allocates the memory of strings. Sizes are in bytes. A module may resize and free a block
+// that another module's manager allocated, because it calls that manager through its table.
 class IMemMgr {
  public:
   // Returns a block of at least `bytes` bytes, or null.
   virtual void* Allocate(std::size_t bytes) = 0;
-  // Resizes a block and keeps what fits of its content; a null block allocates. Returns null, and
-  // leaves the block as it was, when there is no memory.
+  // Resizes a block, keeping as much of its content as fits; a null block allocates. Returns null,
+  // leaving the block unchanged, when there is no memory.
   virtual void* Reallocate(void* block, std::size_t bytes) = 0;
-  // Gives a block back; null is ignored.
+  // Frees a block; null is ignored.
   virtual void Free(void* block) = 0;
-  // Tells the manager that a string gave its buffer back; called once for each string destroyed.
+  // Called once for each destroyed string, after its buffer was freed.
   virtual void Release() = 0;
 
  protected:
@@ -25,11 +25,11 @@ class IMemMgr {
 
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
-// GCC believes that a buffer in the caller's frame could get here; a string's ownsBuffer says no.
+// False positive for a FixedStringBuffer: ownsBuffer guards it.
 #pragma GCC diagnostic ignored "-Wfree-nonheap-object"
 #endif
 
-// StringMemMgr is the manager of every string that names no other: the C runtime's heap.
+// StringMemMgr is the default manager: the C runtime's heap.
 class StringMemMgr final : public IMemMgr {
  public:
   void* Allocate(std::size_t bytes) override { return std::malloc(bytes); }
@@ -42,8 +42,8 @@ class StringMemMgr final : public IMemMgr {
 #pragma GCC diagnostic pop
 #endif
 
-// defaultMemMgr is the one instance of a manager in this module. It is built before any code runs
-// and never destroyed, so that static strings may use it at any time.
+// defaultMemMgr is this module's instance of a manager. It is constant-initialised and never
+// destroyed: static strings may use it at any time.
 template <typename MemMgr>
 inline constinit MemMgr defaultMemMgr{};
 

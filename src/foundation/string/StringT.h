@@ -12,8 +12,8 @@
 
 namespace kx {
 
-// ChTraitsCRT gives the text operations of a character type, as the C runtime has them. Counts are
-// in characters.
+// ChTraitsCRT provides the text operations of a character type, as in the C runtime. Counts are in
+// characters.
 template <typename Char>
 struct ChTraitsCRT {
   static std::size_t Length(const Char* text) { return std::char_traits<Char>::length(text); }
@@ -26,8 +26,8 @@ struct ChTraitsCRT {
 // interface: strings are passed between modules by pointer.
 struct StringHeader {
   IMemMgr* memMgr = nullptr;  // allocated the block and will free it
-  std::size_t length = 0;     // characters in use
-  std::size_t capacity = 0;   // characters that fit, without the terminator
+  std::size_t length = 0;     // in characters
+  std::size_t capacity = 0;   // in characters, without the terminator
   std::size_t growBlock = 0;  // smallest growth step, in characters
   std::uint8_t ownsBuffer = 0;
   std::uint8_t ownsHeader = 0;
@@ -38,7 +38,7 @@ static_assert(sizeof(StringHeader) == 40);
 //
 //   0   guard word            12  guard word
 //   4   pointer to header     16  capacity + 1 characters, the last always 0
-//                                 guard word, directly behind the characters
+//                                 guard word, directly after the characters
 template <typename Char>
 struct StringBlock {
   static constexpr std::uint32_t kGuard = 0xABCD;
@@ -65,7 +65,7 @@ struct StringBlock {
     return header;
   }
 
-  // Writes the guards, the header pointer and the last slot around the characters of a block.
+  // Writes everything around the characters of a block: guards, header pointer and last terminator.
   static void Frame(void* block, StringHeader* header, std::size_t capacity) {
     std::byte* bytes = static_cast<std::byte*>(block);
     Char* text = TextOf(block);
@@ -76,8 +76,7 @@ struct StringBlock {
     std::memcpy(text + capacity + 1, &kGuard, sizeof(kGuard));
   }
 
-  // The two guards in front are looked at first: only when they stand is the pointer between them
-  // followed to learn where the third one is.
+  // The header pointer is dereferenced only if both leading guards are intact.
   static bool IsIntact(const Char* text) {
     const std::byte* bytes = BlockOf(text);
     return HoldsGuard(bytes) && HoldsGuard(bytes + kSecondGuardOffset) &&
@@ -92,8 +91,8 @@ struct StringBlock {
   }
 };
 
-// FixedStringBuffer is room for a string in the caller's frame, for text that rarely exceeds
-// Capacity characters. It must outlive the string bound to it.
+// FixedStringBuffer is a buffer in the caller's frame, for a string that rarely exceeds Capacity
+// characters. It must outlive the string bound to it.
 template <typename Char, std::size_t Capacity = 260>
 class FixedStringBuffer {
  public:
@@ -109,16 +108,17 @@ class FixedStringBuffer {
   alignas(16) std::byte block[StringBlock<Char>::BytesFor(Capacity)];
 };
 
-// StringT is a string whose buffer is framed by guard words. Only a pointer to the first character
-// is held (null while the string is unset, which reads as the empty text), so a string can be
-// passed between modules that share neither a heap nor a standard library.
+// StringT is a string whose buffer is surrounded by guard words. It holds only a pointer to the
+// first character, null while the string is unset and reads as empty. Modules that share neither a
+// heap nor a standard library may pass strings to each other.
 //
-// The guards are checked by every operation that changes the text and by the destructor. A damaged
-// guard and a length beyond the capacity end the process (see Fatal). So does a failed allocation
-// in an operation that has no result; those that return bool return false and change nothing.
+// Every operation that changes the text, and the destructor, checks the guards. A damaged guard or
+// a length beyond the capacity ends the process (see Fatal). So does a failed allocation, unless
+// the operation returns bool: it then returns false and changes nothing.
 //
 // Lengths, capacities and counts are in characters and do not include the terminator. One thread at
-// a time may use a string. BlockVersion numbers the layout of the block.
+// a time may use a string. BlockVersion is the version of the block's layout, which is 1
+// everywhere; it is a parameter because the contract fixes the template's parameters.
 template <typename Char, typename MemMgr = StringMemMgr, typename Traits = ChTraitsCRT<Char>,
           int BlockVersion = 1>
 class StringT {
@@ -126,7 +126,7 @@ class StringT {
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
   StringT() = default;
-  // Implicit, so that text can be given where a string is asked for.
+  // Implicit: plain text is accepted wherever a string is.
   StringT(const Char* source) {  // NOLINT(google-explicit-constructor)
     FatalUnless(Assign(source));
   }
@@ -136,11 +136,11 @@ class StringT {
       CopyFrom(other);
     }
   }
-  // Takes the buffer over when it came from this module's default manager, else copies the text.
+  // Takes over a buffer that is this module's default manager's; copies the text of any other.
   StringT(StringT&& other) noexcept { TakeFrom(other); }
 
-  // Binds the string to a buffer in the caller's frame, empty. Text that outgrows the buffer moves
-  // to the heap.
+  // Binds an empty string to a buffer in the caller's frame. Text that outgrows it moves to the
+  // heap.
   template <std::size_t Capacity>
   explicit StringT(FixedStringBuffer<Char, Capacity>& fixed) {
     fixed.header = {&defaultMemMgr<MemMgr>, 0, Capacity, Capacity, 0, 0};
@@ -175,9 +175,9 @@ class StringT {
   std::size_t Capacity() const { return text ? Header().capacity : 0; }
   bool IsEmpty() const { return Length() == 0; }
 
-  // Makes the capacity at least minimum and keeps the text. The first buffer has at least 64
-  // characters; below 1024 characters the capacity at least doubles, from there on it grows by at
-  // least 1024.
+  // Makes the capacity at least minimum, keeping the text. The first buffer has at least 64
+  // characters; below 1024 characters the capacity at least doubles, above it grows by at least
+  // 1024.
   bool Reserve(std::size_t minimum) {
     const std::size_t capacity = Capacity();
     if (capacity != 0 && capacity >= minimum) {
@@ -189,8 +189,8 @@ class StringT {
     return SetBuffer(capacity + std::max({missing, growBlock, leastStep}), true);
   }
 
-  // Gives the string a buffer of its own of exactly newCapacity characters. Without keepText the
-  // string becomes empty; with it, text beyond the capacity is cut off.
+  // Gives the string its own buffer of exactly newCapacity characters. Without keepText the string
+  // becomes empty; with it, text beyond the capacity is cut off.
   bool SetBuffer(std::size_t newCapacity, bool keepText) {
     if (newCapacity > Block::kMaxCapacity) {
       return false;
@@ -232,8 +232,7 @@ class StringT {
     return Replace(0, source, count);
   }
 
-  // Adds count characters (npos: up to the terminator) behind the text. The source may lie inside
-  // this string.
+  // Appends count characters (npos: up to the terminator). The source may lie inside this string.
   bool Append(const Char* source, std::size_t count = npos) {
     if (!source) {
       return true;
@@ -241,14 +240,14 @@ class StringT {
     return Replace(Length(), source, count == npos ? Traits::Length(source) : count);
   }
 
-  // Lends the buffer, of at least minimum characters and a terminator, for writing; give it back
-  // with ReleaseBuffer. The text is kept. Never null: no memory ends the process.
+  // Returns the buffer for writing, at least minimum characters and a terminator; call
+  // ReleaseBuffer afterwards. Keeps the text. Never null: the process ends without memory.
   Char* GetBuffer(std::size_t minimum) {
     FatalUnless(Reserve(minimum));
     return text;
   }
 
-  // Ends the writing that GetBuffer began. With npos the text ends at its first 0.
+  // Sets the length after writing to the buffer; npos means up to the first 0.
   void ReleaseBuffer(std::size_t newLength = npos) {
     if (!text) {
       FatalUnless(newLength == 0 || newLength == npos);
@@ -280,7 +279,7 @@ class StringT {
     text[length] = 0;
   }
 
-  // Writes count characters from source at position, which then end the text.
+  // Writes count characters from source at position; the text ends after them.
   bool Replace(std::size_t position, const Char* source, std::size_t count) {
     CheckGuards();
     if (count > Block::kMaxCapacity - position) {
@@ -326,7 +325,8 @@ class StringT {
     return memory ? new (memory) StringHeader{&memMgr, 0, 0, kGrowBlock, 0, 1} : nullptr;
   }
 
-  // A zeroed block for a string that owns none, with the text of its fixed buffer, if it has one.
+  // Allocates a zeroed block for a string that owns none and copies the text of its fixed buffer,
+  // if any.
   void* FirstBlock(const StringHeader& header, std::size_t newCapacity) const {
     const std::size_t bytes = Block::BytesFor(newCapacity);
     void* block = header.memMgr->Allocate(bytes);
@@ -339,8 +339,7 @@ class StringT {
     return block;
   }
 
-  // The string's own block in its new size; where it cannot grow in place or be moved by the
-  // manager, a second block takes the text over.
+  // Resizes the string's own block. If the manager cannot, a new block replaces it.
   void* ResizedBlock(const StringHeader& header, std::size_t newCapacity) const {
     const std::size_t bytes = Block::BytesFor(newCapacity);
     std::byte* oldBlock = Block::BlockOf(text);
