@@ -1,6 +1,6 @@
-// The library's object classes. Static objects of one file are built in the order in which they
-// stand here, and destroyed in reverse: the first builds the registry, and the last to go destroys
-// it.
+// The library's object classes, and the only file of the framework that includes them. The order
+// matters: static objects of one file are constructed in order of definition and destroyed in
+// reverse. The first one creates the registry and destroys it again.
 #include "Cifra/ObjectIds.h"
 #include "cipher/Base64ObjectImplementation.h"
 #include "cipher/BlowfishAndBase64ObjectImplementation.h"

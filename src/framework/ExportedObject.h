@@ -6,10 +6,17 @@
 #include "Cifra/Factory.h"
 #include "framework/ModuleLoader.h"
 
-// ExportedObject obtains an object of the library the way an outside caller does: it loads the
-// library's file, resolves the factory and creates the object. It owns the object and one load
-// reference, and gives both back when it is reset or destroyed. `iface` is null when the object
-// could not be had; the wrapper is then empty and stays so. One thread at a time.
+// ExportedObject creates an object of Cifra.dll as an outside caller would: it loads the DLL,
+// resolves the factory and calls it. Callers depend on this: a Cifra.dll beside the host program
+// replaces the objects that the running library uses. Otherwise the loader only counts one more
+// reference to the running library, which keeps it loaded as long as the object lives.
+//
+// The wrapper owns the object and the load reference and returns both on Reset or destruction.
+// `iface` is null if the object could not be obtained; the wrapper then stays empty. One thread at
+// a time.
+//
+// The table's one virtual operation and the order of the fields, public and private, are fixed by
+// contract.
 template <typename I>
 class ExportedObject {
  public:
@@ -76,7 +83,7 @@ class ExportedObject {
 
 namespace Cifra {
 
-// CifraExportedObject is the form in which members and locals hold an object of this library.
+// CifraExportedObject is the type of members and locals that hold an object of this library.
 template <typename I>
 struct CifraExportedObject final : ExportedObject<I> {
   explicit CifraExportedObject(const wchar_t* objectId) : ExportedObject<I>(objectId) {}

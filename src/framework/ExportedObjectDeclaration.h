@@ -6,14 +6,14 @@
 #include "framework/IObjectConstructor.h"
 #include "framework/ObjectRegistry.h"
 
-// ExportedObjectDeclaration registers the object class T under an identifier for as long as it
-// lives. It is meant for static objects: a declaration that cannot be made ends the process.
+// ExportedObjectDeclaration keeps the object class T registered under an identifier during its own
+// lifetime. It is for static objects: if it cannot be constructed, the process ends.
 template <typename T>
 class ExportedObjectDeclaration final : public IObjectConstructor {
  public:
   explicit ExportedObjectDeclaration(const wchar_t* objectId) try : identifier(objectId) {
     AcquireRegistry(registryRef);
-    // A second declaration of an identifier is ignored: the first one stays.
+    // The result is ignored: of two declarations of an identifier the first one counts.
     registryRef->Register(identifier.c_str(), this);
   } catch (...) {
     kx::Fatal();

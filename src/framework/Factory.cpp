@@ -13,7 +13,7 @@ IKxBaseInterface* Create(const wchar_t* objectId) {
 }  // namespace
 
 std::uint32_t KxCreateObject(const wchar_t* objectId, const InterfaceId* iid, void** result) {
-  const InterfaceId wanted = *iid;  // iid and result may be the same memory
+  const InterfaceId wanted = *iid;  // iid and result may alias
   *result = nullptr;
   IKxBaseInterface* object = Create(objectId);
   if (!object) {

@@ -2,14 +2,14 @@
 
 #include "Cifra/IKxBaseInterface.h"
 
-// IObjectConstructor makes and destroys the objects of one class for the registry.
+// IObjectConstructor creates and destroys the objects of one class for the registry.
 class IObjectConstructor {
  public:
-  // Makes a new object. std::bad_alloc when there is no memory for it.
+  // Creates a new object; throws std::bad_alloc without memory.
   virtual IKxBaseInterface* Create() = 0;
-  // Destroys an object that Create made; one of another class is left alone.
+  // Destroys an object of this class; ignores one of another.
   virtual void Destroy(IKxBaseInterface* object) = 0;
-  // Holds its place in the table; returns 0.
+  // Unused; keeps the slot. Returns 0.
   virtual int Reserved() = 0;
 
  protected:

@@ -7,9 +7,9 @@
 namespace {
 
 constexpr wchar_t kLibraryFile[] = L"Cifra.dll";
-constexpr DWORD kPathRoom = 260;
+constexpr DWORD kPathSize = 260;  // characters, terminator included
 
-// Systems that know SetDefaultDllDirectories also know the search flags that came with it.
+// The search flags exist on the systems that have SetDefaultDllDirectories.
 DWORD LoadFlags() {
   const HMODULE kernel = GetModuleHandleW(L"Kernel32.dll");
   return GetProcAddress(kernel, "SetDefaultDllDirectories")
@@ -17,7 +17,7 @@ DWORD LoadFlags() {
              : LOAD_WITH_ALTERED_SEARCH_PATH;
 }
 
-// Cuts the file name off a module's path and leaves the directory with its separator.
+// Removes the file name from a module's path, keeping the directory and its separator.
 void KeepDirectory(wchar_t* path) {
   if (PathRemoveFileSpecW(path)) {
     PathAddBackslashW(path);
@@ -34,14 +34,14 @@ void AppendFileName(kx::StringT<wchar_t>& path, const wchar_t* fileName) {
   kx::FatalUnless(path.Append(fileName));
 }
 
-// A path that is unknown or cut off at kPathRoom makes one that does not exist, so that the load
-// fails.
+// Loads the library from the directory of a module. A module path that is unknown or cut off at
+// kPathSize leads to a path that does not exist, and the load fails.
 kx::ModuleHandle LoadBeside(HMODULE neighbour, DWORD flags) {
-  kx::FixedStringBuffer<wchar_t, kPathRoom> frame;
+  kx::FixedStringBuffer<wchar_t, kPathSize> frame;
   kx::StringT<wchar_t> path(frame);
-  wchar_t* text = path.GetBuffer(kPathRoom);
-  const DWORD written = GetModuleFileNameW(neighbour, text, kPathRoom);
-  if (written != 0 && written != kPathRoom) {
+  wchar_t* text = path.GetBuffer(kPathSize);
+  const DWORD written = GetModuleFileNameW(neighbour, text, kPathSize);
+  if (written != 0 && written != kPathSize) {
     KeepDirectory(text);
   }
   path.ReleaseBuffer();

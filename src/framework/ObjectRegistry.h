@@ -10,7 +10,7 @@
 #include "foundation/SharedInstance.h"
 #include "framework/IObjectConstructor.h"
 
-// CriticalSection is a lock that its owning thread may take again.
+// CriticalSection is a recursive lock.
 class CriticalSection {
  public:
   CriticalSection() { InitializeCriticalSection(&section); }
@@ -25,18 +25,18 @@ class CriticalSection {
   CRITICAL_SECTION section;
 };
 
-// ObjectRegistry knows the library's object classes by identifier. It does not own the
-// constructors. Identifiers are matched exactly and ordered by UTF-16 code unit.
+// ObjectRegistry maps identifiers to the library's object classes. It does not own the
+// constructors. Identifiers are case-sensitive and ordered by UTF-16 code unit.
 class ObjectRegistry {
  public:
-  // Returns kCifraAlreadyExists, and changes nothing, when the identifier is taken.
+  // Returns kCifraAlreadyExists, changing nothing, if the identifier is taken.
   std::uint32_t Register(const wchar_t* objectId, IObjectConstructor* constructor);
   void Unregister(const wchar_t* objectId);
 
-  // Makes an object, under the lock: a constructor may come back for further objects, but only on
+  // Creates an object, holding the lock: its constructor may create further objects, but only on
   // this thread. Returns null for an unknown identifier.
   IKxBaseInterface* Create(const wchar_t* objectId);
-  // Lets the identifier's constructor destroy the object; nothing happens for an unknown one.
+  // Has the identifier's constructor destroy the object; does nothing for an unknown identifier.
   void DestroyById(const wchar_t* objectId, IKxBaseInterface* object);
 
  private:
@@ -46,8 +46,8 @@ class ObjectRegistry {
   CriticalSection lock;
 };
 
-// RegistryRef keeps the registry alive. The first one in the process builds it, the last one
-// released destroys it.
+// RegistryRef keeps the registry alive: the first one acquired creates it, the last one released
+// destroys it.
 using RegistryRef = kx::SharedRef<ObjectRegistry>;
 
 inline void AcquireRegistry(RegistryRef& ref) { ref.Acquire(); }
