@@ -11,14 +11,14 @@ namespace {
 
 constexpr std::size_t kMaxPadding = 2;
 
-// How many of the last group's characters are padding, be they written out or left off.
+// The number of padding characters in the last group, written or omitted.
 std::size_t PaddingCount(const std::string& text) {
-  const std::size_t leftOff = (4 - text.size() % 4) % 4;
-  if (leftOff != 0) {
-    return leftOff;
+  const std::size_t omitted = (4 - text.size() % 4) % 4;
+  if (omitted != 0) {
+    return omitted;
   }
-  const std::size_t lastOther = text.find_last_not_of('=');
-  return text.size() - (lastOther == std::string::npos ? 0 : lastOther + 1);
+  const std::size_t lastData = text.find_last_not_of('=');
+  return text.size() - (lastData == std::string::npos ? 0 : lastData + 1);
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
 void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                         std::string& output, bool addPadding) {
   const std::uint64_t encoded = Cifra::Base64Codec::EncodedLength(inputLength, addPadding);
-  // Where the encoded length wraps around, the output refuses the input's length.
+  // If the encoded length wraps around, resizing to the input's length throws.
   output.resize(std::max(encoded, inputLength));
   Cifra::Base64Codec::Encode(input, inputLength, output.data(), addPadding);
 }
@@ -47,20 +47,20 @@ std::uint64_t Base64ObjectImplementation::GetDecodedSize(std::uint64_t encodedLe
 std::uint32_t Base64ObjectImplementation::DecodeToBuffer(const std::string& input,
                                                          std::uint8_t* output,
                                                          std::uint64_t* size) {
-  const std::uint64_t room = *size;
+  const std::uint64_t capacity = *size;
   *size = 0;
   const std::size_t needed = (input.size() + 3) / 4 * 3;
-  if (needed == 0 || room < needed) {
+  if (needed == 0 || capacity < needed) {
     return kCifraFunctionFailed;
   }
   const std::size_t padding = PaddingCount(input);
   if (padding > kMaxPadding) {
     return kCifraFunctionFailed;
   }
-  const std::size_t writtenOut = input.size() % 4 == 0 ? padding : 0;
+  const std::size_t written = input.size() % 4 == 0 ? padding : 0;
   const std::size_t decoded = needed - padding;
-  if (!Cifra::Base64Codec::Decode(input.data(), input.size() - writtenOut, output)) {
-    std::memset(output, 0, needed);  // no half-decoded data is left to be taken for a result
+  if (!Cifra::Base64Codec::Decode(input.data(), input.size() - written, output)) {
+    std::memset(output, 0, needed);  // the caller must not take partial data for a result
     return kCifraFunctionFailed;
   }
   std::memset(output + decoded, 0, padding);

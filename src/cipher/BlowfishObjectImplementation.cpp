@@ -9,13 +9,13 @@ namespace {
 
 constexpr std::uint64_t kBlockBytes = class_blowfish::kBlockBytes;
 
-// A call works on as many blocks as 32 bits count.
+// The number of blocks that a call processes, modulo 2^32.
 std::size_t BlockCount(std::uint64_t bytes) {
   return static_cast<std::uint32_t>(bytes / kBlockBytes);
 }
 
-// Resizes output and returns where the input is then: growing an output that is also the input may
-// have moved it.
+// Resizes output and returns the input's address afterwards: if it is the output's buffer, growing
+// may have moved it.
 const std::uint8_t* ResizeFor(const std::uint8_t* input, std::vector<std::uint8_t>& output,
                               std::uint64_t size) {
   const bool isInPlace = input == output.data();
@@ -36,15 +36,15 @@ void BlowfishObjectImplementation::SetKey(const std::uint8_t* key, std::int32_t 
 std::uint32_t BlowfishObjectImplementation::Encrypt(const std::uint8_t* input,
                                                     std::uint64_t inputLength,
                                                     std::vector<std::uint8_t>& output) {
-  const std::uint64_t rest = inputLength % kBlockBytes;
-  const std::uint64_t whole = inputLength - rest;
-  const std::uint64_t padded = whole + (rest == 0 ? 0 : kBlockBytes);
-  // Where the padded length wraps around, the output refuses the length itself.
+  const std::uint64_t remainder = inputLength % kBlockBytes;
+  const std::uint64_t whole = inputLength - remainder;
+  const std::uint64_t padded = whole + (remainder == 0 ? 0 : kBlockBytes);
+  // If the padded length wraps around, resizing to the input's length throws.
   input = ResizeFor(input, output, std::max(padded, inputLength));
   cipher.EncipherBlocks(input, output.data(), BlockCount(whole));
-  if (rest != 0) {
+  if (remainder != 0) {
     std::uint8_t last[kBlockBytes] = {};
-    std::memcpy(last, input + whole, rest);
+    std::memcpy(last, input + whole, remainder);
     cipher.EncipherBlocks(last, output.data() + whole, 1);
   }
   return 0;

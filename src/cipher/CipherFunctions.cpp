@@ -8,21 +8,21 @@
 
 namespace {
 
-constexpr std::uint32_t kTextRoom = 1024;  // characters of the result, terminator included
+constexpr std::uint32_t kResultSize = 1024;  // characters, terminator included
 
 using TextOperation = std::uint32_t (Cifra::IBlowfishAndBase64::*)(const wchar_t*, wchar_t*,
                                                                    std::uint32_t);
 
-// Copies text to the caller's buffer. Room for the text without its terminator passes the test,
-// and the copy then ends the process; callers are told to offer one byte more.
-std::uint32_t HandOut(const kx::StringT<char>& text, char* destination, std::int32_t room) {
-  if (room < static_cast<std::int64_t>(text.Length())) {
+// Copies text to the caller's buffer. A buffer that lacks only the byte for the terminator passes
+// the test, and the copy then ends the process: see Functions.h.
+std::uint32_t CopyResult(const kx::StringT<char>& text, char* destination, std::int32_t size) {
+  if (size < static_cast<std::int64_t>(text.Length())) {
     return kCifraInsufficientBuffer;
   }
   if (!destination) {
     return kCifraInvalidParameter;
   }
-  kx::CopyBounded(destination, static_cast<std::size_t>(room), text.CStr());
+  kx::CopyBounded(destination, static_cast<std::size_t>(size), text.CStr());
   return kCifraSuccess;
 }
 
@@ -38,9 +38,10 @@ std::uint32_t RunWithKey(TextOperation operation, const char* text, const char* 
                                              static_cast<std::uint32_t>(keyLength))) {
     return kCifraNotFound;
   }
-  wchar_t result[kTextRoom] = {};
-  (cipher.iface->*operation)(kx::FromUtf8(text).CStr(), result, kTextRoom);
-  return HandOut(kx::ToUtf8(result), destination, destinationSize);
+  wchar_t result[kResultSize] = {};
+  // The operation's result is deliberately ignored: see Functions.h.
+  (cipher.iface->*operation)(kx::FromUtf8(text).CStr(), result, kResultSize);
+  return CopyResult(kx::ToUtf8(result), destination, destinationSize);
 }
 
 }  // namespace

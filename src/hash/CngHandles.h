@@ -12,6 +12,6 @@ struct CngHashCloser {
   void operator()(BCRYPT_HASH_HANDLE hash) const { BCryptDestroyHash(hash); }
 };
 
-// CngAlgorithm owns an open provider of the platform's hashing service, CngHash a running hash.
+// CngAlgorithm owns an open algorithm provider of the platform's CNG, CngHash a running hash.
 using CngAlgorithm = std::unique_ptr<void, CngAlgorithmCloser>;
 using CngHash = std::unique_ptr<void, CngHashCloser>;

@@ -11,12 +11,12 @@
 #include "foundation/string/HexText.h"
 #include "framework/ExportedObject.h"
 
-// What the hash objects do alike. Hash is the interface of one, Cifra::IMd5 or Cifra::ISha256.
+// The operations that both hash objects share. Hash is Cifra::IMd5 or Cifra::ISha256.
 
 // Ends the running hash and replaces output with its digest in upper-case hexadecimal digits.
 template <typename Hash>
 void WriteHashString(Hash& hash, kx::StringT<wchar_t>& output) {
-  std::uint8_t digest[Hash::kDigestBytes] = {};  // zeros are shown when the service fails
+  std::uint8_t digest[Hash::kDigestBytes] = {};  // the result if the service fails
   hash.Final(digest);
   kx::FatalUnless(output.Assign(nullptr));
   for (const std::uint8_t byte : digest) {
@@ -24,8 +24,8 @@ void WriteHashString(Hash& hash, kx::StringT<wchar_t>& output) {
   }
 }
 
-// Replaces output with the digest of a file. It is computed by a new object of the class objectId,
-// so that the caller's running hash is not disturbed. function is the name under which is logged.
+// Replaces output with the digest of a file, computed by a new object of class objectId: the
+// caller's running hash is not affected. Log messages carry the name `function`.
 template <typename Hash>
 std::uint32_t HashFileContent(const wchar_t* objectId, const wchar_t* function, const wchar_t* path,
                               kx::StringT<wchar_t>& output) {
@@ -49,7 +49,7 @@ std::uint32_t HashFileContent(const wchar_t* objectId, const wchar_t* function, 
     if (!ReadFile(file.get(), buffer.get(), kPieceBytes, &bytesRead, nullptr)) {
       logging::Log(kFailure, function, L"Reading from file returned false and error %d",
                    GetLastError());
-      return GetLastError();  // asked again: what log.dll leaves there is what the caller gets
+      return GetLastError();  // read again: callers see the last error that log.dll leaves
     }
     if (bytesRead != 0) {
       inner.iface->Update(buffer.get(), bytesRead);

@@ -6,7 +6,7 @@
 
 Sha256ObjectImplementation::Sha256ObjectImplementation() {
   log.Acquire();
-  Init();  // a failure shows in the operations that follow
+  Init();  // operations that follow report a failure
 }
 
 void* Sha256ObjectImplementation::QueryInterface(const InterfaceId& iid) {
