@@ -34,6 +34,21 @@ struct CifraCipher {
   }
 };
 
+// The kernels, each forced.
+template <std::size_t kKernel>
+struct ForcedCipher {
+  class_blowfish engine;
+  const BlowfishBlocks::Kernel& kernel = BlowfishBlocks::Kernels()[kKernel];
+
+  void SetKey(const Bytes& key) { engine.Initialize(key.data(), kKeyBytes); }
+  void Encrypt(const Bytes& input, Bytes& output) {
+    EncipherWith(kernel, engine.Tables(), input.data(), output.data(), input.size() / kBlock);
+  }
+  void Decrypt(const Bytes& input, Bytes& output) {
+    DecipherWith(kernel, engine.Tables(), input.data(), output.data(), input.size() / kBlock);
+  }
+};
+
 struct OpenSslCipher {
   BF_KEY schedule;
 
@@ -196,6 +211,21 @@ void AddCipher(const std::string& library) {
   Add<Keying<Cipher>>("blowfish-key", library, kKeyBytes);
 }
 
+template <std::size_t... kIndices>
+void AddForced(std::index_sequence<kIndices...>) {
+  const auto add = [](const KernelRule& rule, auto add) {
+    if (rule.isUsable()) {
+      add("cifra-" + std::string(rule.name));
+    }
+  };
+  (add(KernelRules::kBlowfish[kIndices],
+       [](const std::string& name) {
+         AddForAllSizes<Encrypting<ForcedCipher<kIndices>>>("blowfish-encrypt", name);
+         AddForAllSizes<Decrypting<ForcedCipher<kIndices>>>("blowfish-decrypt", name);
+       }),
+   ...);
+}
+
 template <typename Cipher>
 void AddPeer(const std::string& library) {
   RequireAgreement<Cipher>(library);
@@ -207,6 +237,7 @@ void AddPeer(const std::string& library) {
 void RegisterBlowfish() {
   gcry_check_version(nullptr);
   AddCipher<CifraCipher>("cifra");
+  AddForced(std::make_index_sequence<std::size(KernelRules::kBlowfish)>());
   AddPeer<BotanCipher>("botan");
   AddPeer<CryptoPpCipher>("cryptopp");
   AddPeer<GcryptCipher>("libgcrypt");

@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Damage(text, input);
   const std::optional<Bytes> decoded = Reference::Base64Decode(text);
   for (const Base64Codec::Kernel& kernel : Base64Codec::Kernels()) {
-    if (kernel.isUsable()) {
+    if (kernel.rule.isUsable()) {
       Fuzz::Require(Encode(kernel, bytes, addPadding) == encoded);
       Fuzz::Require(Decode(kernel, text) == decoded);
     }

@@ -3,12 +3,14 @@
 #include "Require.h"
 #include "cipher/BlowfishEngine.h"
 #include "reference/BlowfishReference.h"
+#include "support/Blowfish.h"
 
 using namespace Cifra;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using Bytes = std::vector<std::uint8_t>;
   constexpr std::size_t kLongestKey = 72;  // what can reach the tables
+  static const std::vector<Test::BlowfishWay> ways = Test::BlowfishWays();
   FuzzedDataProvider input(data, size);
   const Bytes key =
       input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(1, kLongestKey));
@@ -22,12 +24,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   class_blowfish engine;
   engine.Initialize(key.data(), static_cast<std::int32_t>(key.size()));
   const Reference::Blowfish reference(key);
+  const Bytes deciphered = reference.Decipher(message);
+  const Bytes enciphered = reference.Encipher(message);
   Bytes result(message.size());
-  engine.DecipherBlocks(message.data(), result.data(), blocks);
-  Fuzz::Require(result == reference.Decipher(message));
-  engine.EncipherBlocks(message.data(), result.data(), blocks);
-  Fuzz::Require(result == reference.Encipher(message));
-  engine.DecipherBlocks(result.data(), result.data(), blocks);
-  Fuzz::Require(result == message);
+  for (const Test::BlowfishWay& way : ways) {
+    way.decipher(engine, message.data(), result.data(), blocks);
+    Fuzz::Require(result == deciphered);
+    way.encipher(engine, message.data(), result.data(), blocks);
+    Fuzz::Require(result == enciphered);
+    way.decipher(engine, result.data(), result.data(), blocks);
+    Fuzz::Require(result == message);
+  }
   return 0;
 }

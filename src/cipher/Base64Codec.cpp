@@ -1,15 +1,13 @@
 #include "cipher/Base64Codec.h"
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstring>
 #include <iterator>
 
 #include "cipher/Base64Kernel.h"
-#include "cipher/CpuFeatures.h"
 #include "foundation/ByteOrder.h"
 #include "foundation/ValueBarrier.h"
+#include "processor/KernelChoice.h"
 
 namespace Cifra::Base64Codec {
 
@@ -101,29 +99,21 @@ std::uint32_t DecodeGroup(const std::uint8_t* text) {
   return Value(word, 0) | Value(word >> 8, 1) | Value(rest[2], 2) | Value(rest[3], 3);
 }
 
-bool IsAlwaysUsable() { return true; }
-
 constexpr Kernel kKernels[] = {
 #if defined(__x86_64__) || defined(_M_X64)
-    {"avx2", CpuFeatures::HasAvx2, EncodeAvx2, DecodeAvx2},
-    {"ssse3", CpuFeatures::HasSsse3, EncodeSsse3, DecodeSsse3},
+    {KernelRules::kBase64[0], EncodeAvx2, DecodeAvx2},
+    {KernelRules::kBase64[1], EncodeSsse3, DecodeSsse3},
+    {KernelRules::kBase64[2], nullptr, nullptr},
 #elif defined(__aarch64__) || defined(_M_ARM64)
-    {"neon", IsAlwaysUsable, EncodeNeon, DecodeNeon},
+    {KernelRules::kBase64[0], EncodeNeon, DecodeNeon},
+    {KernelRules::kBase64[1], nullptr, nullptr},
+#else
+    {KernelRules::kBase64[0], nullptr, nullptr},
 #endif
-    {"scalar", IsAlwaysUsable, nullptr, nullptr},
 };
+static_assert(std::size(kKernels) == std::size(KernelRules::kBase64));
 
-// Found by the first call that needs it. Several threads may find it at once, and find the same.
-const Kernel& BestKernel() {
-  static constinit std::atomic<const Kernel*> best = nullptr;
-  const Kernel* kernel = best.load(std::memory_order_relaxed);
-  if (!kernel) {
-    kernel = std::find_if(std::begin(kKernels), std::end(kKernels),
-                          [](const Kernel& candidate) { return candidate.isUsable(); });
-    best.store(kernel, std::memory_order_relaxed);
-  }
-  return *kernel;
-}
+constinit KernelChoice<Kernel> choice(kKernels);
 
 }  // namespace
 
@@ -190,11 +180,11 @@ bool DecodeWith(const Kernel& kernel, const char* text, std::size_t textLength,
 }
 
 void Encode(const std::uint8_t* input, std::size_t inputLength, char* output, bool addPadding) {
-  EncodeWith(BestKernel(), input, inputLength, output, addPadding);
+  EncodeWith(choice.Chosen(), input, inputLength, output, addPadding);
 }
 
 bool Decode(const char* text, std::size_t textLength, std::uint8_t* output) {
-  return DecodeWith(BestKernel(), text, textLength, output);
+  return DecodeWith(choice.Chosen(), text, textLength, output);
 }
 
 }  // namespace Cifra::Base64Codec

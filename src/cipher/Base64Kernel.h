@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <span>
 
+#include "processor/KernelRules.h"
+
 // The inside of the Base64 codec: how the bulk of a buffer is converted on the processor at hand.
 namespace Cifra::Base64Codec {
 
@@ -11,8 +13,7 @@ namespace Cifra::Base64Codec {
 // short of the end where a whole step would read or write beyond it; what it leaves is the codec's.
 // Without functions it leaves everything.
 struct Kernel {
-  const char* name;
-  bool (*isUsable)();
+  const KernelRule& rule;
   // Encodes from the front of input and returns how many bytes it has taken, a multiple of 3.
   std::size_t (*encode)(const std::uint8_t* input, std::size_t inputLength, char* output);
   // Decodes from the front of text and returns how many characters it has taken, a multiple of 4;
@@ -20,8 +21,8 @@ struct Kernel {
   std::size_t (*decode)(const char* text, std::size_t textLength, std::uint8_t* output);
 };
 
-// The kernels of this build, the fastest first; the last one is usable everywhere and takes
-// nothing, so that the codec's plain part does all the work.
+// The kernels of this build; see KernelRules.h. The last one takes nothing: the codec's plain part
+// does all the work.
 std::span<const Kernel> Kernels();
 
 // Encode and Decode (see Base64Codec.h) with a kernel that is usable on this processor.

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "cipher/BlowfishKernel.h"
+
 // class_blowfish is the Blowfish block cipher (B. Schneier, 1994): 16 rounds, 8-byte blocks, keys
 // of up to 56 bytes. A block's halves are little-endian words, the key's bytes fill their words
 // most significant byte first.
@@ -29,6 +31,9 @@ class class_blowfish {
   // overlap.
   void EncipherBlocks(const std::uint8_t* input, std::uint8_t* output, std::size_t blocks) const;
   void DecipherBlocks(const std::uint8_t* input, std::uint8_t* output, std::size_t blocks) const;
+
+  // What the kernels of BlowfishKernel.h work with.
+  Cifra::BlowfishBlocks::Tables Tables() const { return {pArray.get(), sBoxes.get()}; }
 
  private:
   std::unique_ptr<std::uint32_t[]> sBoxes;

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "cipher/Base64Codec.h"
 #include "cipher/Base64Kernel.h"
 #include "reference/Base64Reference.h"
 #include "support/Base64.h"
+#include "support/GuardedPages.h"
 #include "support/TestData.h"
 
 namespace Cifra::Test {
@@ -84,7 +87,7 @@ TEST(Base64Codec, BitsLeftOver_AreIgnored) {
 TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
   Random random(2);
   for (const Base64Codec::Kernel& kernel : Base64Codec::Kernels()) {
-    if (!kernel.isUsable()) {
+    if (!kernel.rule.isUsable()) {
       continue;
     }
     for (std::size_t length = 0; length <= kLongestMessage; ++length) {
@@ -93,14 +96,42 @@ TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
         const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
         std::string room(textLength + 64, '#');
         Base64Codec::EncodeWith(kernel, message.data(), length, room.data() + 32, addPadding);
-        EXPECT_EQ(room.substr(0, 32), std::string(32, '#')) << kernel.name;
-        EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#')) << kernel.name;
+        EXPECT_EQ(room.substr(0, 32), std::string(32, '#')) << kernel.rule.name;
+        EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#')) << kernel.rule.name;
       }
       const std::string text = Reference::Base64Encode(message, false);
       Bytes room(length + 64, '#');
       EXPECT_TRUE(Base64Codec::DecodeWith(kernel, text.data(), text.size(), room.data() + 32));
-      EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#')) << kernel.name;
-      EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#')) << kernel.name;
+      EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#')) << kernel.rule.name;
+      EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#')) << kernel.rule.name;
+    }
+  }
+}
+
+TEST(Base64Codec, Buffers_AreReadAndWrittenToTheirEndsOnly) {
+  Random random(3);
+  GuardedPages bytes;
+  GuardedPages text;
+  GuardedPages decoded;
+  const auto characters = [](std::uint8_t* place) { return reinterpret_cast<char*>(place); };
+  for (const Base64Codec::Kernel& kernel : Base64Codec::Kernels()) {
+    if (!kernel.rule.isUsable()) {
+      continue;
+    }
+    for (std::size_t length = 0; length <= kLongestMessage; ++length) {
+      const Bytes message = random.NextBytes(length);
+      const std::size_t textLength = Base64Codec::EncodedLength(length, false);
+      for (const bool atBack : {false, true}) {
+        const auto place = [atBack](GuardedPages& pages, std::size_t size) {
+          return atBack ? pages.Back(size) : pages.Front();
+        };
+        std::uint8_t* const input = std::copy(message.begin(), message.end(), place(bytes, length));
+        char* const encoded = characters(place(text, textLength));
+        std::uint8_t* const output = place(decoded, length);
+        Base64Codec::EncodeWith(kernel, input - length, length, encoded, false);
+        EXPECT_TRUE(Base64Codec::DecodeWith(kernel, encoded, textLength, output));
+        EXPECT_TRUE(std::equal(message.begin(), message.end(), output)) << kernel.rule.name;
+      }
     }
   }
 }

@@ -6,6 +6,7 @@
 #include "cipher/BlowfishTables.h"
 #include "reference/BlowfishReference.h"
 #include "support/Blowfish.h"
+#include "support/GuardedPages.h"
 #include "support/TestData.h"
 
 namespace Cifra::Test {
@@ -120,7 +121,7 @@ TEST(BlowfishEngine, EveryNumberOfBlocks_AgreesWithTheReference) {
   const Reference::Blowfish reference(key);
   class_blowfish engine;
   SetKey(engine, key);
-  for (std::size_t blocks = 0; blocks <= 70; ++blocks) {
+  for (std::size_t blocks = 0; blocks <= 200; ++blocks) {
     const Bytes message = random.NextBytes(8 * blocks);
     EXPECT_EQ(Encipher(engine, message), reference.Encipher(message)) << blocks << " blocks";
     EXPECT_EQ(Decipher(engine, message), reference.Decipher(message)) << blocks << " blocks";
@@ -149,31 +150,60 @@ TEST(BlowfishEngine, Blocks_AreEncipheredInPlaceAndAtAnyAddress) {
   Random random(8);
   class_blowfish engine;
   SetKey(engine, random.NextBytes(16));
-  for (std::size_t blocks = 1; blocks <= 20; ++blocks) {
-    const Bytes message = random.NextBytes(8 * blocks);
-    const Bytes cipher = Encipher(engine, message);
-    for (std::size_t offset = 0; offset < 8; ++offset) {
-      Bytes room(offset + message.size());
-      std::uint8_t* const start = room.data() + offset;
-      std::copy(message.begin(), message.end(), start);
-      engine.EncipherBlocks(start, start, blocks);
-      EXPECT_TRUE(std::equal(cipher.begin(), cipher.end(), start));
-      engine.DecipherBlocks(start, start, blocks);
-      EXPECT_TRUE(std::equal(message.begin(), message.end(), start));
+  for (const BlowfishWay& way : BlowfishWays()) {
+    for (const std::size_t blocks : {1u, 2u, 7u, 8u, 9u, 20u, 64u, 115u}) {
+      const Bytes message = random.NextBytes(8 * blocks);
+      const Bytes cipher = Encipher(engine, message);
+      for (std::size_t offset = 0; offset < 8; ++offset) {
+        Bytes room(offset + message.size());
+        std::uint8_t* const start = room.data() + offset;
+        std::copy(message.begin(), message.end(), start);
+        way.encipher(engine, start, start, blocks);
+        EXPECT_TRUE(std::equal(cipher.begin(), cipher.end(), start)) << way.name;
+        way.decipher(engine, start, start, blocks);
+        EXPECT_TRUE(std::equal(message.begin(), message.end(), start)) << way.name;
+      }
     }
   }
 }
 
+// The bytes before and after the output differ from those around the input, so that neither a copy
+// of them nor an overrun that is undone passes.
 TEST(BlowfishEngine, Blocks_TouchNothingBesideThem) {
+  constexpr std::size_t kGuard = 1024;
   Random random(9);
   class_blowfish engine;
   SetKey(engine, random.NextBytes(16));
-  for (std::size_t blocks = 0; blocks <= 20; ++blocks) {
-    const Bytes room = random.NextBytes(8 * blocks + 16);
-    Bytes output = room;
-    engine.EncipherBlocks(room.data() + 8, output.data() + 8, blocks);
-    engine.DecipherBlocks(output.data() + 8, output.data() + 8, blocks);
-    EXPECT_EQ(output, room) << blocks << " blocks";
+  for (const BlowfishWay& way : BlowfishWays()) {
+    for (std::size_t blocks = 0; blocks <= 130; blocks += 3) {
+      const Bytes input = random.NextBytes(8 * blocks + 2 * kGuard);
+      const Bytes before = random.NextBytes(8 * blocks + 2 * kGuard);
+      for (const auto& cipher : {way.encipher, way.decipher}) {
+        Bytes output = before;
+        cipher(engine, input.data() + kGuard, output.data() + kGuard, blocks);
+        EXPECT_TRUE(std::equal(before.begin(), before.begin() + kGuard, output.begin()))
+            << way.name << ", " << blocks << " blocks";
+        EXPECT_TRUE(std::equal(before.end() - kGuard, before.end(), output.end() - kGuard))
+            << way.name << ", " << blocks << " blocks";
+      }
+    }
+  }
+}
+
+TEST(BlowfishEngine, Blocks_AreReadAndWrittenToTheirEndsOnly) {
+  class_blowfish engine;
+  SetKey(engine, FromText("key"));
+  GuardedPages input;
+  GuardedPages output;
+  for (const BlowfishWay& way : BlowfishWays()) {
+    for (std::size_t blocks = 1; blocks <= 130; blocks += 3) {
+      const std::size_t bytes = 8 * blocks;
+      for (const auto& cipher : {way.encipher, way.decipher}) {
+        cipher(engine, input.Front(), output.Front(), blocks);
+        cipher(engine, input.Back(bytes), output.Back(bytes), blocks);
+        EXPECT_TRUE(std::equal(output.Front(), output.Front() + 8, output.Back(bytes))) << way.name;
+      }
+    }
   }
 }
 

@@ -20,8 +20,8 @@ auto WithEveryKernel(Convert convert) {
   const auto kernels = Base64Codec::Kernels();
   const auto result = convert(kernels.back());
   for (const Base64Codec::Kernel& kernel : kernels.first(kernels.size() - 1)) {
-    if (kernel.isUsable()) {
-      EXPECT_EQ(convert(kernel), result) << kernel.name;
+    if (kernel.rule.isUsable()) {
+      EXPECT_EQ(convert(kernel), result) << kernel.rule.name;
     }
   }
   return result;
