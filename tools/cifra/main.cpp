@@ -48,7 +48,7 @@ ExitCode RunAndReport() {
   try {
     return RunProgram();
   } catch (const Failure& failure) {
-    WriteMessage(failure.what());
+    WriteMessage(failure.Message(), failure.Advice());
     return failure.Code();
   } catch (const std::bad_alloc&) {
     WriteMessage("not enough memory");

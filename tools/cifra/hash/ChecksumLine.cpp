@@ -23,7 +23,7 @@ std::optional<std::string> Unescaped(const std::string& name) {
   return result;
 }
 
-// NAME) = DIGEST, behind the tag.
+// NAME) = DIGEST, what follows the tag.
 std::optional<ChecksumLine> ParseTagged(const std::string& rest, const Algorithm& algorithm) {
   const std::size_t end = rest.rfind(')');
   if (end == std::string::npos) {
@@ -77,8 +77,8 @@ std::string FormatChecksumLine(const ChecksumLine& line, const ChecksumStyle& st
   const std::string name = isEscaped ? EscapedName(line.name) : line.name;
   const std::string text =
       style.isTagged ? std::string(line.algorithm->tag) + " (" + name + ") = " + line.digest
-                     : line.digest + "  " + name;
-  return (isEscaped ? "\\" : "") + text + (style.endsWithZero ? '\0' : '\n');
+                     : line.digest + (style.isBinary ? " *" : "  ") + name;
+  return (isEscaped ? "\\" : "") + text;
 }
 
 std::optional<ChecksumLine> ParseChecksumLine(const std::string& text, const Algorithm* algorithm) {

@@ -20,9 +20,11 @@ struct ChecksumLine {
 
 struct ChecksumStyle {
   bool isTagged = false;
+  bool isBinary = false;      // an asterisk before the name, in a line without a tag
   bool endsWithZero = false;  // lines end with a zero byte, and names are not escaped
 };
 
+// Without the line's end.
 std::string FormatChecksumLine(const ChecksumLine& line, const ChecksumStyle& style);
 
 // Reads a line, without its end. Nothing when it is not one, or not of the algorithm, if one is

@@ -3,14 +3,13 @@
 #include <memory>
 
 #include "hash/ChecksumCheck.h"
+#include "hash/DigestRun.h"
 #include "hash/HashReport.h"
-#include "hash/Hasher.h"
 #include "program/CifraLibrary.h"
+#include "program/JobsOption.h"
 #include "program/Progress.h"
 #include "system/Failure.h"
 #include "system/FileList.h"
-#include "system/Input.h"
-#include "system/Paths.h"
 #include "system/Problems.h"
 
 namespace client {
@@ -20,6 +19,9 @@ struct Options {
   std::vector<std::string> files;
   std::string algorithm;
   bool isRecursive = false;
+  bool isText = false;
+  JobsOption jobs;
+  std::string progress = kAutoProgress;
   HashReport::Style style;
   std::string expected;
   bool isCheck = false;
@@ -30,22 +32,31 @@ struct Options {
   }
 };
 
+void Refuse(const std::string& why) {
+  throw Failure(ExitCode::kUsage, why, "See: cifra hash --help");
+}
+
 void RequireSense(const Options& options) {
   const CheckOptions& check = options.check;
+  const ChecksumStyle& line = options.style.line;
   const bool hasCheckOption = options.style.hidesOk || options.style.hidesText || check.isStrict ||
                               check.warnsOfLines || check.ignoresMissing;
-  const bool hasLineOption = options.style.line.isTagged || options.style.line.endsWithZero;
+  const bool isPlain =
+      !options.isCheck && options.expected.empty() && options.style.format == kTextFormat;
   if (!options.isCheck && hasCheckOption) {
-    throw Failure(ExitCode::kUsage,
-                  "--quiet, --status, --strict, --warn and --ignore-missing go with --check");
+    Refuse("--quiet, --status, --strict, --warn and --ignore-missing go with --check");
   }
   if (options.isCheck && (options.isRecursive || !options.expected.empty())) {
-    throw Failure(ExitCode::kUsage, "--recursive and --expect do not go with --check");
+    Refuse("--recursive and --expect do not go with --check");
   }
-  if (hasLineOption &&
-      (options.isCheck || !options.expected.empty() || options.style.format != kTextFormat)) {
-    throw Failure(ExitCode::kUsage,
-                  "--tag and --zero do not go with --check, --expect and --format");
+  if ((options.style.hidesOk || options.style.hidesText) && options.style.format != kTextFormat) {
+    Refuse("--quiet and --status go with --format text");
+  }
+  if (!isPlain && (line.isTagged || line.endsWithZero || line.isBinary || options.isText)) {
+    Refuse("--tag, --zero, --binary and --text do not go with --check, --expect and --format");
+  }
+  if (line.isTagged && options.isText) {
+    Refuse("--tag does not go with --text");
   }
 }
 
@@ -57,64 +68,77 @@ std::string ExpectedDigest(const Options& options, const Algorithm*& algorithm) 
   const std::optional<std::string> digest = HexDigits(options.expected);
   const Algorithm* const fitting = digest ? AlgorithmOfDigits(digest->size()) : nullptr;
   if (!fitting || (options.GivenAlgorithm() && options.GivenAlgorithm() != fitting)) {
-    throw Failure(ExitCode::kUsage, "--expect: " + options.expected + " is not a digest" +
-                                        (algorithm ? std::string(" of ") + algorithm->tag : "") +
-                                        " in hexadecimal digits");
+    Refuse("--expect: " + options.expected + " is not a digest" +
+           (algorithm ? std::string(" of ") + algorithm->tag : "") + " in hexadecimal digits");
   }
   algorithm = fitting;
   return *digest;
 }
 
+void Judge(const DigestTask& task, const DigestResult& result, HashReport& report,
+           Problems& problems) {
+  HashOutcome outcome{task.shown, task.algorithm, result.digest, task.expected, ""};
+  if (result.failure) {
+    problems.Report(*result.failure);
+    outcome.error = result.failure->Message();
+  } else if (!task.expected.empty() && result.digest != task.expected) {
+    problems.Add(ExitCode::kMismatch);
+  }
+  report.Add(outcome);
+}
+
 ExitCode RunOnFiles(const Options& options) {
+  const std::size_t jobs = options.jobs.Or(1);
   const Algorithm* algorithm = options.GivenAlgorithm();
   const std::string expected = ExpectedDigest(options, algorithm);
   if (!algorithm) {
     algorithm = &kSha256;
   }
   const CifraLibrary library;
-  Hasher hasher(library);
   Problems problems;
   std::vector<std::string> names = options.files;
   if (names.empty()) {
     names.emplace_back(options.isRecursive ? "." : "-");
   }
-  const std::vector<std::wstring> files = FileList(names, options.isRecursive, problems);
-  Progress progress([&files] { return TotalSize(files); });
+  const std::vector<ListedFile> files = FileList(names, options.isRecursive, problems);
   HashReport report(options.style);
-  for (const std::wstring& file : files) {
-    HashOutcome outcome{ShownName(file), algorithm, "", expected, ""};
-    try {
-      Input input(file);
-      outcome.digest = hasher.Digest(*algorithm, input, progress);
-      progress.Hide();
-    } catch (const Failure& failure) {
-      progress.Hide();
-      problems.Report(failure);
-      outcome.error = failure.what();
-    }
-    if (!outcome.digest.empty() && !expected.empty() && outcome.digest != expected) {
-      problems.Add(ExitCode::kMismatch);
-    }
-    report.Add(outcome);
+  {
+    Progress progress(options.progress, [&files] { return TotalSize(files); });
+    const auto next = [&, file = files.begin()]() mutable -> std::optional<DigestTask> {
+      if (file == files.end()) {
+        return std::nullopt;
+      }
+      const ListedFile& listed = *file++;
+      return DigestTask{listed, algorithm, listed.Shown(), expected, false, std::nullopt};
+    };
+    DigestFiles(library, progress, jobs, next,
+                [&](const DigestTask& task, const DigestResult& result) {
+                  const Progress::Pause pause = progress.Hide();
+                  Judge(task, result, report, problems);
+                });
   }
   report.End();
+  if (files.empty() && !expected.empty() && problems.Result() == ExitCode::kSuccess) {
+    problems.Report({ExitCode::kCannotRead, "--expect: there is no file to compare"});
+  }
   return problems.Result();
 }
 
 ExitCode RunOnLists(const Options& options) {
-  const CifraLibrary library;
-  Hasher hasher(library);
-  Problems problems;
   CheckOptions check = options.check;
   check.algorithm = options.GivenAlgorithm();
   check.isSilent = options.style.hidesText;
+  check.jobs = options.jobs.Or(1);
+  check.progress = options.progress;
+  const CifraLibrary library;
+  Problems problems;
   std::vector<std::string> names = options.files;
   if (names.empty()) {
     names.emplace_back("-");
   }
   HashReport report(options.style);
-  ChecksumCheck checker(check, hasher, report, problems);
-  for (const std::wstring& list : FileList(names, false, problems)) {
+  ChecksumCheck checker(check, library, report, problems);
+  for (const ListedFile& list : FileList(names, false, problems)) {
     try {
       checker.Run(list);
     } catch (const Failure& failure) {
@@ -132,7 +156,7 @@ void AddCheckOptions(Command& command, Options& options) {
   command.Flag("--status", options.style.hidesText,
                "With --check: say nothing, the exit code tells");
   command.Flag("--strict", options.check.isStrict,
-               "With --check: lines in a wrong form are a failure");
+               "With --check: fail if a line is in a wrong form");
   command.Flag("-w,--warn", options.check.warnsOfLines,
                "With --check: say which lines are in a wrong form");
   command.Flag("--ignore-missing", options.check.ignoresMissing,
@@ -152,11 +176,17 @@ void AddHashCommand(Program& program) {
       "digest belongs to");
   command.Flag("-r,--recursive", options->isRecursive,
                "For a folder, take all the files below it; without any FILE, the current folder");
+  AddJobsOption(command, options->jobs, "one");
+  command.AtMostOne({command.Flag("-b,--binary", options->style.line.isBinary,
+                                  "Mark files as read in binary mode (they always are)"),
+                     command.Flag("-t,--text", options->isText,
+                                  "Do not mark them (the default; the digest is the same)")});
   command.Flag("--tag", options->style.line.isTagged, "Write lines that name the algorithm");
   command.Flag("-z,--zero", options->style.line.endsWithZero,
                "End lines with a zero byte and do not escape names");
   command.Text("--expect", options->expected, "DIGEST", "Compare each file's digest with DIGEST");
   AddFormatOption(command, options->style.format);
+  AddProgressOption(command, options->progress);
   AddCheckOptions(command, *options);
   command.Explain(R"(The output is that of md5sum and sha256sum, and so are the lists that --check
 reads. Names are written with / between folders and files, so that a list can be

@@ -3,8 +3,17 @@
 #include <nlohmann/json.hpp>
 
 #include "system/Console.h"
+#include "system/Unicode.h"
 
 namespace client {
+namespace {
+
+// To programs names go as they are, to people so that none can pass for something else.
+void WriteText(const std::string& line, char end) {
+  WriteOut((OutputIsScreen() ? EscapeForConsole(line, Backslashes::kKept) : line) + end);
+}
+
+}  // namespace
 
 const char* HashOutcome::Status() const {
   if (digest.empty()) {
@@ -38,7 +47,8 @@ void HashReport::Add(const HashOutcome& outcome) {
 void HashReport::AddText(const HashOutcome& outcome) {
   if (outcome.expected.empty()) {
     if (!outcome.digest.empty()) {
-      WriteOut(FormatChecksumLine({outcome.algorithm, outcome.digest, outcome.file}, style.line));
+      WriteText(FormatChecksumLine({outcome.algorithm, outcome.digest, outcome.file}, style.line),
+                style.line.endsWithZero ? '\0' : '\n');
     }
     return;
   }
@@ -48,10 +58,11 @@ void HashReport::AddText(const HashOutcome& outcome) {
   }
   // As coreutils have it: here, only a line end makes the name an escaped one.
   const bool isEscaped = outcome.file.find('\n') != std::string::npos;
-  WriteOut((isEscaped ? "\\" + EscapedName(outcome.file) : outcome.file) +
-           (isOk                     ? ": OK\n"
-            : outcome.digest.empty() ? ": FAILED open or read\n"
-                                     : ": FAILED\n"));
+  WriteText((isEscaped ? "\\" + EscapedName(outcome.file) : outcome.file) +
+                (isOk                     ? ": OK"
+                 : outcome.digest.empty() ? ": FAILED open or read"
+                                          : ": FAILED"),
+            '\n');
 }
 
 void HashReport::End() {

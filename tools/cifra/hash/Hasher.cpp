@@ -1,7 +1,8 @@
 #include "hash/Hasher.h"
 
+#include <cstdint>
+#include <span>
 #include <type_traits>
-#include <vector>
 
 #include "program/Hex.h"
 #include "program/Progress.h"
@@ -10,8 +11,6 @@
 
 namespace client {
 namespace {
-
-constexpr std::size_t kPieceBytes = 1U << 20;
 
 // Of the two interfaces one reports a status and the other cannot fail.
 template <typename Call>
@@ -25,21 +24,6 @@ void Checked(const Input& input, Call call) {
   }
 }
 
-template <typename Interface>
-std::string DigestOf(Interface& hash, Input& input, Progress& progress) {
-  Checked(input, [&] { return hash.Init(); });
-  std::vector<std::uint8_t> piece(kPieceBytes);
-  std::size_t count = 0;
-  do {
-    count = input.Read(piece);
-    Checked(input, [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(count)); });
-    progress.Add(count);
-  } while (count == piece.size());
-  std::uint8_t digest[Interface::kDigestBytes] = {};
-  Checked(input, [&] { return hash.Final(digest); });
-  return ToHex(digest);
-}
-
 }  // namespace
 
 const Algorithm* AlgorithmOfDigits(std::size_t digits) {
@@ -51,17 +35,30 @@ const Algorithm* AlgorithmOfDigits(std::size_t digits) {
   return nullptr;
 }
 
-std::string Hasher::Digest(const Algorithm& algorithm, Input& input, Progress& progress) {
+template <typename Interface>
+std::string Hasher::DigestOf(Interface& hash, Input& input) {
+  Checked(input, [&] { return hash.Init(); });
+  reader.ForEachPiece(input, [&](std::span<const std::uint8_t> piece) {
+    Checked(input,
+            [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(piece.size())); });
+    progress.Add(piece.size());
+  });
+  std::uint8_t digest[Interface::kDigestBytes] = {};
+  Checked(input, [&] { return hash.Final(digest); });
+  return ToHex(digest);
+}
+
+std::string Hasher::Digest(const Algorithm& algorithm, Input& input) {
   if (&algorithm == &kMd5) {
     if (!md5) {
       md5.emplace(library, Cifra::kMd5ObjectId);
     }
-    return DigestOf(**md5, input, progress);
+    return DigestOf(**md5, input);
   }
   if (!sha256) {
     sha256.emplace(library, Cifra::kSha256ObjectId);
   }
-  return DigestOf(**sha256, input, progress);
+  return DigestOf(**sha256, input);
 }
 
 }  // namespace client

@@ -6,6 +6,7 @@
 #include "Cifra/IMd5.h"
 #include "Cifra/ISha256.h"
 #include "program/CifraLibrary.h"
+#include "system/ReadAhead.h"
 
 namespace client {
 
@@ -23,16 +24,22 @@ inline constexpr Algorithm kSha256{"sha256", "SHA256", 64};
 // The algorithm whose digests have so many hexadecimal digits; null when there is none.
 const Algorithm* AlgorithmOfDigits(std::size_t digits);
 
-// Hasher makes digests with the library's objects, which it creates when they are needed.
+// Hasher makes digests with the library's objects, which it creates when they are needed. It is for
+// one thread.
 class Hasher {
  public:
-  explicit Hasher(const CifraLibrary& owner) : library(owner) {}
+  Hasher(const CifraLibrary& owner, Progress& shown) : library(owner), progress(shown) {}
 
   // The digest of all that is left of the input, in lower-case hexadecimal digits.
-  std::string Digest(const Algorithm& algorithm, Input& input, Progress& progress);
+  std::string Digest(const Algorithm& algorithm, Input& input);
 
  private:
+  template <typename Interface>
+  std::string DigestOf(Interface& hash, Input& input);
+
   const CifraLibrary& library;
+  Progress& progress;
+  ReadAhead reader;
   std::optional<CifraObject<Cifra::IMd5>> md5;
   std::optional<CifraObject<Cifra::ISha256>> sha256;
 };

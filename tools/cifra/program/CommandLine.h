@@ -18,8 +18,8 @@ class Option;
 namespace client {
 
 // Command is one command of the program while its arguments and options are being described. Values
-// must live until the command line has been parsed. Texts are UTF-8; names are written as in
-// "-o,--output".
+// must live until the command line has been parsed. Texts are UTF-8 and reach the command exactly
+// as they were typed; all but Argument refuse an empty one. Names are written as in "-o,--output".
 class Command {
  public:
   using Option = CLI::Option*;
@@ -31,6 +31,10 @@ class Command {
   Option Arguments(const char* name, std::vector<std::string>& values, const std::string& help);
   Option Text(const char* names, std::string& value, const char* valueName,
               const std::string& help);
+  // An option that may be given several times.
+  Option Texts(const char* names, std::vector<std::string>& values, const char* valueName,
+               const std::string& help);
+  // Decimal digits.
   Option Number(const char* names, std::optional<std::uint64_t>& value, const char* valueName,
                 const std::string& help);
   // The value is one of the choices.
@@ -57,9 +61,9 @@ class Program {
   Program& operator=(const Program&) = delete;
 
   Command Add(const char* name, const char* description);
-  // Writes the help, the version or what is wrong with the arguments, or runs a command. A Failure
-  // of the command passes.
-  ExitCode Run(std::vector<std::string> arguments);
+  // Writes the help or the version, or runs a command. Throws Failure kUsage for arguments that
+  // make no sense; a Failure of the command passes.
+  ExitCode Run(const std::vector<std::string>& arguments);
 
  private:
   std::unique_ptr<CLI::App> app;

@@ -1,8 +1,10 @@
 #include "program/Report.h"
 
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 #include "system/Console.h"
+#include "system/Unicode.h"
 
 namespace client {
 
@@ -11,19 +13,34 @@ Command::Option AddFormatOption(Command& command, std::string& format) {
                         "How to write the results");
 }
 
+namespace {
+
+// What a spreadsheet would take for a formula gets an apostrophe, which makes it text there.
+std::string Harmless(const std::string& field) {
+  const bool isFormula =
+      !field.empty() && std::string_view("=+-@\t\r").find(field.front()) != std::string_view::npos;
+  return (isFormula ? "'" : "") + field;
+}
+
+std::string CsvField(const std::string& given) {
+  const std::string text = Harmless(ToValidUtf8(given));
+  const std::string field = OutputIsScreen() ? EscapeForConsole(text, Backslashes::kKept) : text;
+  if (field.find_first_of(",\"\r\n") == std::string::npos) {
+    return field;
+  }
+  std::string quoted = "\"";
+  for (const char c : field) {
+    quoted.append(c == '"' ? 2 : 1, c);
+  }
+  return quoted + '"';
+}
+
+}  // namespace
+
 std::string CsvLine(const std::vector<std::string>& fields) {
   std::string line;
   for (const std::string& field : fields) {
-    line += &field == &fields.front() ? "" : ",";
-    if (field.find_first_of(",\"\r\n") == std::string::npos) {
-      line += field;
-      continue;
-    }
-    line += '"';
-    for (const char c : field) {
-      line += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    line += '"';
+    line += (&field == &fields.front() ? "" : ",") + CsvField(field);
   }
   return line + "\r\n";
 }
@@ -32,9 +49,13 @@ nlohmann::ordered_json OrNull(const std::string& text) {
   return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
 }
 
+std::string JsonText(const nlohmann::ordered_json& value) {
+  constexpr auto kReplacing = nlohmann::ordered_json::error_handler_t::replace;
+  return value.dump(-1, ' ', OutputIsScreen(), kReplacing);
+}
+
 void JsonArray::Add(const nlohmann::ordered_json& element) {
-  WriteOut((isEmpty ? "[\n" : ",\n") +
-           element.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+  WriteOut((isEmpty ? "[\n" : ",\n") + JsonText(element));
   isEmpty = false;
 }
 

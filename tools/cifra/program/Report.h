@@ -16,11 +16,15 @@ inline constexpr char kCsvFormat[] = "csv";
 // Adds the option --format.
 Command::Option AddFormatOption(Command& command, std::string& format);
 
-// A line of comma-separated values after RFC 4180, its end included.
+// A line of comma-separated values after RFC 4180, its end included: UTF-8, and harmless to
+// spreadsheets, where an apostrophe before =, +, - and @ makes a field text.
 std::string CsvLine(const std::vector<std::string>& fields);
 
 // Null for an empty text.
 nlohmann::ordered_json OrNull(const std::string& text);
+
+// JSON on one line: UTF-8, on a screen ASCII, so that no text in it can control the screen.
+std::string JsonText(const nlohmann::ordered_json& value);
 
 // JsonArray writes an array to standard output, element by element.
 class JsonArray {

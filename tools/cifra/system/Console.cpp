@@ -64,14 +64,20 @@ bool WriteTo(HANDLE stream, std::string_view bytes) {
   return WriteBytes(stream, bytes);
 }
 
+bool OutputIsScreen() { return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
+
 void WriteOut(std::string_view bytes) {
   if (!WriteTo(GetStdHandle(STD_OUTPUT_HANDLE), bytes)) {
     throw Failure::OfSystem(ExitCode::kCannotWrite, "standard output", "cannot write");
   }
 }
 
-void WriteMessage(std::string_view message) {
-  WriteTo(GetStdHandle(STD_ERROR_HANDLE), "cifra: " + std::string(message) + "\n");
+void WriteMessage(std::string_view message, std::string_view advice) {
+  std::string lines = "cifra: " + EscapeForConsole(message, Backslashes::kKept) + "\n";
+  if (!advice.empty()) {
+    lines.append(advice) += '\n';
+  }
+  WriteTo(GetStdHandle(STD_ERROR_HANDLE), lines);
 }
 
 bool ReadConsoleLine(HANDLE console, std::string& line) {

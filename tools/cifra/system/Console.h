@@ -12,12 +12,16 @@ namespace client {
 
 bool IsConsole(HANDLE stream);
 
+// True for standard output that is a console.
+bool OutputIsScreen();
+
 // Writes to standard output; Failure kCannotWrite when that fails.
 void WriteOut(std::string_view bytes);
 
-// Writes a message, with the program's name before it and a line end behind it, to standard error.
-// There is nobody left to tell when that fails.
-void WriteMessage(std::string_view message);
+// Writes a message of one line, preceded by the program's name, to standard error, and the advice,
+// if any, on a line of its own. Messages quote names and arguments: control characters in them are
+// escaped. There is nobody left to tell when that fails.
+void WriteMessage(std::string_view message, std::string_view advice = {});
 
 // Writes to a handle that may be a console. False, with the system's last error, when it fails.
 bool WriteTo(HANDLE stream, std::string_view bytes);

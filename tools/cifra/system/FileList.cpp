@@ -13,8 +13,6 @@
 namespace client {
 namespace {
 
-constexpr wchar_t kExactPrefix[] = L"\\\\?\\";  // what follows it is taken literally
-
 struct Entry {
   std::wstring name;
   bool isFolder = false;
@@ -30,11 +28,11 @@ std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
 std::vector<Entry> ReadFolder(const std::wstring& folder) {
   WIN32_FIND_DATAW data{};
   const FindHandle search(NullIfInvalid(
-      FindFirstFileExW(ForSystem(Joined(folder, L"*")).c_str(), FindExInfoBasic, &data,
+      FindFirstFileExW(ExactPath(Joined(folder, L"*")).c_str(), FindExInfoBasic, &data,
                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH)));
   const auto fail = [&folder] {
-    throw Failure::OfSystem(ExitCode::kCannotRead, folder.empty() ? "." : ShownName(folder),
-                            "cannot list");
+    throw Failure::OfSystem(ExitCode::kCannotRead,
+                            folder.empty() ? "." : ListedFile{folder}.Shown(), "cannot list");
   };
   if (!search) {
     fail();
@@ -54,6 +52,14 @@ std::vector<Entry> ReadFolder(const std::wstring& folder) {
   return entries;
 }
 
+// What cannot have a pattern: a drive, which alone is its current folder, and the prefix of an
+// exact path, with which a question mark is part.
+std::size_t RootLength(std::wstring_view name) {
+  const bool isExact = name.starts_with(L"\\\\?\\") || name.starts_with(L"//?/");
+  const std::size_t prefix = isExact ? 4 : 0;
+  return name.substr(prefix).find(L':') == 1 ? prefix + 2 : prefix;
+}
+
 bool HasPattern(std::wstring_view text) { return text.find_first_of(L"*?") != text.npos; }
 
 class Collector {
@@ -61,35 +67,39 @@ class Collector {
   Collector(bool recursive, Problems& reported) : isRecursive(recursive), problems(reported) {}
 
   void Add(const std::wstring& name) {
-    if (name.starts_with(kExactPrefix) || !HasPattern(name)) {
-      AddNamed(name);
+    const std::size_t root = RootLength(name);
+    if (!HasPattern(name.substr(root))) {
+      AddNamed({name});
       return;
     }
     const std::size_t before = files.size();
-    // A drive alone is a folder, the drive's current one.
-    const std::size_t drive = name.find(L':') == 1 ? 2 : 0;
-    Match(name.substr(0, drive), name.substr(drive));
+    Match(name.substr(0, root), name.substr(root));
     if (files.size() == before) {
-      problems.Report({ExitCode::kCannotRead, ShownName(name) + ": no file matches"});
+      problems.Report({ExitCode::kCannotRead, ListedFile{name}.Shown() + ": no file matches"});
     }
   }
 
-  std::vector<std::wstring> files;
+  std::vector<ListedFile> files;
 
  private:
-  void AddNamed(const std::wstring& path) {
-    if (isRecursive && IsFolder(path)) {
-      Walk(path);
+  void AddNamed(const ListedFile& file) {
+    if (isRecursive && IsFolder(file.Path())) {
+      Walk(file.name);
     } else {
-      files.push_back(path);
+      files.push_back(file);
     }
+  }
+
+  void AddFound(const std::wstring& name) {
+    // A bare - is standard input to whoever reads the list.
+    files.push_back({name == kStandardStream ? L"./" + name : name, true});
   }
 
   void Walk(const std::wstring& folder) {
     for (const Entry& entry : List(folder)) {
       const std::wstring path = Joined(folder, entry.name);
       if (!entry.isFolder) {
-        files.push_back(path);
+        AddFound(path);
       } else if (!entry.isLink) {
         Walk(path);
       }
@@ -114,7 +124,9 @@ class Collector {
       if (next < rest.size()) {
         MatchBelow(entry, path, rest.substr(next));
       } else if (!entry.isFolder) {
-        files.push_back(path);
+        if (end == rest.size()) {  // "*/" is for folders alone
+          AddFound(path);
+        }
       } else if (isRecursive && !entry.isLink) {
         Walk(path);
       }
@@ -127,9 +139,9 @@ class Collector {
     }
     if (HasPattern(rest)) {
       Match(path + L"/", rest);
-    } else if (GetFileAttributesW(ForSystem(Joined(path, rest)).c_str()) !=
+    } else if (GetFileAttributesW(ExactPath(Joined(path, rest)).c_str()) !=
                INVALID_FILE_ATTRIBUTES) {
-      AddNamed(Joined(path, rest));
+      AddNamed({Joined(path, rest), true});
     }
   }
 
@@ -153,8 +165,18 @@ wchar_t Folded(wchar_t unit) {
 
 }  // namespace
 
-std::vector<std::wstring> FileList(const std::vector<std::string>& names, bool isRecursive,
-                                   Problems& problems) {
+std::string ListedFile::Shown() const {
+  std::string shown = ToUtf8(name);
+  std::ranges::replace(shown, '\\', '/');
+  return shown;
+}
+
+std::wstring ListedFile::Path() const {
+  return !isFound && IsDevice(name) ? name : ExactPath(name);
+}
+
+std::vector<ListedFile> FileList(const std::vector<std::string>& names, bool isRecursive,
+                                 Problems& problems) {
   Collector collector(isRecursive, problems);
   for (const std::string& name : names) {
     collector.Add(FromArgument(name));
@@ -189,21 +211,18 @@ bool MatchesPattern(std::wstring_view text, std::wstring_view pattern) {
   return pattern.find_first_not_of(L'*', at) == pattern.npos;
 }
 
-std::string ShownName(const std::wstring& path) {
-  std::string name = ToUtf8(path);
-  if (!path.starts_with(kExactPrefix)) {
-    std::ranges::replace(name, '\\', '/');
+std::uint64_t SizeOf(const ListedFile& file) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(file.Path().c_str(), GetFileExInfoStandard, &data)) {
+    return 0;
   }
-  return name;
+  return (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
 }
 
-std::uint64_t TotalSize(const std::vector<std::wstring>& paths) {
+std::uint64_t TotalSize(const std::vector<ListedFile>& files) {
   std::uint64_t total = 0;
-  for (const std::wstring& path : paths) {
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (GetFileAttributesExW(ForSystem(path).c_str(), GetFileExInfoStandard, &data)) {
-      total += (std::uint64_t{data.nFileSizeHigh} << 32) | data.nFileSizeLow;
-    }
+  for (const ListedFile& file : files) {
+    total += SizeOf(file);
   }
   return total;
 }

@@ -5,6 +5,7 @@
 
 #include "system/Console.h"
 #include "system/Failure.h"
+#include "system/FileList.h"
 #include "system/Paths.h"
 #include "system/Unicode.h"
 
@@ -12,23 +13,41 @@ namespace client {
 
 Input::Input(const std::wstring& path) {
   if (path == kStandardStream) {
-    name = "standard input";
-    handle = NullIfInvalid(GetStdHandle(STD_INPUT_HANDLE));
-    if (!handle) {
-      throw Failure(ExitCode::kCannotRead, name + ": there is none");
-    }
-    isConsole = IsConsole(handle);
+    OpenStandard();
     return;
   }
   name = ToUtf8(path);
-  if (IsFolder(path)) {
-    throw Failure(ExitCode::kCannotRead, name + ": is a directory");
+  Open(ForSystem(path));
+}
+
+Input::Input(const ListedFile& listed) {
+  if (!listed.isFound && listed.name == kStandardStream) {
+    OpenStandard();
+    return;
   }
+  name = ToUtf8(listed.name);
+  Open(listed.Path());
+}
+
+void Input::OpenStandard() {
+  name = "standard input";
+  handle = NullIfInvalid(GetStdHandle(STD_INPUT_HANDLE));
+  if (!handle) {
+    throw Failure(ExitCode::kCannotRead, name + ": there is none");
+  }
+  isConsole = IsConsole(handle);
+}
+
+void Input::Open(const std::wstring& path) {
   file.reset(NullIfInvalid(CreateFileW(
-      ForSystem(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
+      path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
   if (!file) {
-    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot open");
+    const DWORD error = GetLastError();
+    if (IsFolder(path)) {
+      throw Failure(ExitCode::kCannotRead, name + ": is a directory");
+    }
+    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot open", error);
   }
   handle = file.get();
 }

@@ -9,16 +9,19 @@
 
 namespace client {
 
+struct ListedFile;
+
 // Input reads a file, or standard input under the name "-". Whatever fails is a Failure kCannotRead
 // that names the file.
 class Input {
  public:
   explicit Input(const std::wstring& path);
+  explicit Input(const ListedFile& file);
   // Reads a text that is there already, from the command line.
   static Input OfText(std::string text);
 
-  // Fills the buffer, unless the input ends before. Returns the bytes read; fewer than the buffer
-  // has room for only at the end.
+  // Fills the buffer, unless the input ends before. Returns the bytes read; fewer than the
+  // buffer holds only at the end.
   std::size_t Read(std::span<std::uint8_t> buffer);
   // All that is left.
   std::string ReadAll();
@@ -29,6 +32,8 @@ class Input {
 
  private:
   Input() = default;
+  void OpenStandard();
+  void Open(const std::wstring& path);
   std::size_t ReadSome(std::span<std::uint8_t> buffer);
   std::size_t TakePending(std::span<std::uint8_t> buffer);
 

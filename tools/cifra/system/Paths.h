@@ -11,6 +11,16 @@ inline constexpr wchar_t kStandardStream[] = L"-";
 // the ordinary form becomes an absolute one with the prefix "\\?\".
 std::wstring ForSystem(const std::wstring& path);
 
+// ExactPath gives the path, in the form "\\?\...", that the system takes literally: a name that
+// ends with a dot or a blank, or that is a device's elsewhere (nul, com1.txt), then means the file
+// of that very name. Separators may be / or \; . and .. are resolved here, except in a path that
+// has the prefix already.
+std::wstring ExactPath(const std::wstring& path);
+
+// True for a device's name, such as NUL. Names in a folder or with an extension are those of files,
+// although older systems take com1.txt for a device as well.
+bool IsDevice(const std::wstring& path);
+
 // FromArgument turns a path from the command line, which is UTF-8, into the system's form.
 std::wstring FromArgument(const std::string& path);
 

@@ -6,7 +6,7 @@
 namespace client {
 
 void Problems::Report(const Failure& failure) {
-  WriteMessage(failure.what());
+  WriteMessage(failure.Message(), failure.Advice());
   Add(failure.Code());
 }
 

@@ -17,10 +17,17 @@ std::optional<std::string> ToUtf8Strictly(std::wstring_view text);
 // FromUtf8 turns UTF-8 into UTF-16; nothing for bytes that are not UTF-8.
 std::optional<std::wstring> FromUtf8(std::string_view text);
 
-// Visible gives a text of somebody else's in one line for the screen: characters that would move
-// the cursor, begin a line or turn the direction of writing are spelled out, such as \n, \x1B,
-// \u202E.
-std::string Visible(std::string_view utf8);
+// ToValidUtf8 replaces the bytes that are not UTF-8 by U+FFFD.
+std::string ToValidUtf8(std::string_view bytes);
+
+// EscapeForConsole makes untrusted text safe to show, on one line: characters that control a
+// screen, end a line, turn the direction of writing or are not seen at all are spelled out, as \n,
+// \x1B or
+// \u202E. With kDoubled a backslash is escaped too, so that no text can look like another's
+// escapes.
+enum class Backslashes { kKept, kDoubled };
+std::string EscapeForConsole(std::string_view untrusted,
+                             Backslashes backslashes = Backslashes::kDoubled);
 
 // UnfinishedUtf8 gives the number of bytes at the end that begin a character without ending it.
 std::size_t UnfinishedUtf8(std::string_view text);

@@ -5,6 +5,7 @@
 #include "Cifra/IDigitalSignature.h"
 #include "program/CifraLibrary.h"
 #include "system/Failure.h"
+#include "system/FileList.h"
 #include "system/Paths.h"
 #include "system/Unicode.h"
 
@@ -79,18 +80,19 @@ std::string Signature::Position() const {
   return index == 0 ? "primary" : "secondary " + std::to_string(index);
 }
 
-std::vector<Signature> ReadSignatures(const CifraLibrary& library, const std::wstring& path,
+std::vector<Signature> ReadSignatures(const CifraLibrary& library, const ListedFile& file,
                                       bool isOnline) {
+  const std::wstring path = file.Path();
   if (IsFolder(path)) {
-    throw Failure(ExitCode::kCannotRead, ToUtf8(path) + ": is a directory");
+    throw Failure(ExitCode::kCannotRead, ToUtf8(file.name) + ": is a directory");
   }
   Observer observer;
   kx::List<Cifra::Chain> chains;
   const CifraObject<Cifra::IDigitalSignature> verifier(library, Cifra::kDigitalSignatureObjectId);
   verifier->SetObserver(&observer);
-  const DWORD error = verifier->GetDigitalSignature(ForSystem(path).c_str(), chains, isOnline);
+  const DWORD error = verifier->GetDigitalSignature(path.c_str(), chains, isOnline);
   if (error != kCifraSuccess) {
-    throw Failure::OfSystem(ExitCode::kCannotRead, ToUtf8(path), "cannot open", error);
+    throw Failure::OfSystem(ExitCode::kCannotRead, ToUtf8(file.name), "cannot open", error);
   }
   std::vector<Signature> signatures;
   const std::vector<const Cifra::Chain*> given = Elements(chains);
@@ -105,7 +107,7 @@ std::vector<Signature> ReadSignatures(const CifraLibrary& library, const std::ws
     signatures.push_back(std::move(signature));
   }
   if (signatures.empty()) {
-    throw Failure(ExitCode::kInternal, ToUtf8(path) + ": the library verified nothing");
+    throw Failure(ExitCode::kInternal, ToUtf8(file.name) + ": the library verified nothing");
   }
   return signatures;
 }

@@ -11,6 +11,7 @@
 namespace client {
 
 class CifraLibrary;
+struct ListedFile;
 
 // A distinguished name: attribute types with their values, common name first, then by type. Values
 // are as in the certificate, but for quotes and blanks at their ends, which the library takes off.
@@ -37,7 +38,7 @@ struct Signature {
 // Has the library verify a file, with an object of its own: the library's objects add up what they
 // trust. Returns what was found at each position, at least one; a file without a signature gives
 // one entry that says so. Failure kCannotRead when the file cannot be opened.
-std::vector<Signature> ReadSignatures(const CifraLibrary& library, const std::wstring& path,
+std::vector<Signature> ReadSignatures(const CifraLibrary& library, const ListedFile& file,
                                       bool isOnline);
 
 }  // namespace client

@@ -21,18 +21,18 @@ struct Options {
 
 ExitCode Run(const Options& options) {
   if (options.files.empty()) {
-    throw Failure(ExitCode::kUsage, "no FILE given\nSee: cifra verify --help");
+    throw Failure(ExitCode::kUsage, "no FILE given", "See: cifra verify --help");
   }
   if (std::ranges::find(options.files, "-") != options.files.end()) {
-    throw Failure(ExitCode::kUsage,
-                  "verify needs files and cannot read standard input\nSee: cifra verify --help");
+    throw Failure(ExitCode::kUsage, "verify needs files and cannot read standard input",
+                  "See: cifra verify --help");
   }
   const CifraLibrary library;
   Problems problems;
-  const std::vector<std::wstring> files = FileList(options.files, options.isRecursive, problems);
+  const std::vector<ListedFile> files = FileList(options.files, options.isRecursive, problems);
   VerifyReport report(options.format);
-  for (const std::wstring& file : files) {
-    VerifyOutcome outcome{ShownName(file), {}, ""};
+  for (const ListedFile& file : files) {
+    VerifyOutcome outcome{file.Shown(), {}, ""};
     try {
       outcome.signatures = ReadSignatures(library, file, options.isOnline);
       problems.Add(outcome.Verdict());

@@ -133,7 +133,7 @@ std::string OutcomeCsv(const VerifyOutcome& outcome) {
 }
 
 std::string OutcomeText(const VerifyOutcome& outcome) {
-  const std::string file = Visible(outcome.file);
+  const std::string file = EscapeForConsole(outcome.file);
   const TrustResult* gravest = outcome.Gravest();
   if (!gravest) {
     return file + ": " + VerdictName(ExitCode::kCannotRead) + "\n";
@@ -147,8 +147,8 @@ std::string OutcomeText(const VerifyOutcome& outcome) {
     text += (signature.index == 0 ? "  primary" : "  secondary") + (" signature" + number) + ": " +
             ResultText(signature.result) + "\n";
     if (signature.signer) {
-      text += "    subject:    " + Visible(NameText(signature.signer->subject)) + "\n";
-      text += "    issuer:     " + Visible(NameText(signature.signer->issuer)) + "\n";
+      text += "    subject:    " + EscapeForConsole(NameText(signature.signer->subject)) + "\n";
+      text += "    issuer:     " + EscapeForConsole(NameText(signature.signer->issuer)) + "\n";
       text += "    serial:     " + signature.signer->serial + "\n";
     }
     const std::string time = TimeText(signature.timestamp);
