@@ -17,6 +17,7 @@ class CifraLibrary {
   static std::filesystem::path FileUnderTest();
 
   HMODULE Module() const { return module.get(); }
+  void Unload() { module.reset(); }
 
   template <typename Function>
   Function* Export(const char* name) const {

@@ -17,6 +17,12 @@ class ImportPatch {
   ImportPatch(const ImportPatch&) = delete;
   ImportPatch& operator=(const ImportPatch&) = delete;
 
+  // What the module calls otherwise.
+  template <typename Function>
+  Function& Original() const {
+    return *reinterpret_cast<Function*>(original);
+  }
+
  private:
   // Ends the program with a message when the module does not import the function.
   static void** FindSlot(HMODULE module, const char* functionName);
