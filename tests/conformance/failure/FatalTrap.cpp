@@ -48,7 +48,9 @@ FatalTrap::FatalTrap(HMODULE module) : handler(AddVectoredExceptionHandler(TRUE,
   auto* image = reinterpret_cast<unsigned char*>(module);
   auto* headers = reinterpret_cast<IMAGE_NT_HEADERS*>(
       image + reinterpret_cast<const IMAGE_DOS_HEADER*>(image)->e_lfanew);
-  const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(headers);
+  const auto* section = reinterpret_cast<const IMAGE_SECTION_HEADER*>(
+      reinterpret_cast<unsigned char*>(&headers->OptionalHeader) +
+      headers->FileHeader.SizeOfOptionalHeader);
   for (int i = 0; i < headers->FileHeader.NumberOfSections; ++i, ++section) {
     if ((section->Characteristics & IMAGE_SCN_MEM_EXECUTE) == 0) {
       continue;
