@@ -1,6 +1,9 @@
 """encrypt and decrypt on the bytes of files, and what is written where."""
 
+import base64
 import re
+import subprocess
+import time
 
 import pytest
 
@@ -136,3 +139,40 @@ def test_names_beyond_ascii_and_long_paths_work(keyed):
     source, target = deep + "/Quelle 😀.txt", deep + "/Ziel 😀.enc"
     assert encrypt(keyed, "-i", source, "-o", target).error == ""
     assert decrypt(keyed, "-i", target.replace("/", "\\")).text == "text"
+
+
+def kill_when_written(client, size, delay, *arguments):
+    """Ends a run by force as soon as a temporary file of the full size is seen, or a little later."""
+    process = subprocess.Popen([*client.runner, str(client.program), *arguments], cwd=client.folder)
+    while process.poll() is None:
+        try:
+            if any(path.stat().st_size == size for path in client.folder.glob("cifra-*.tmp")):
+                time.sleep(delay)
+                process.kill()
+                break
+        except FileNotFoundError:  # it has got its name
+            break
+    process.wait()
+
+
+def test_no_instant_of_being_killed_leaves_a_temporary_file(keyed):
+    content = bytes(3 * 1024)
+    encoded = base64.b64encode(content) + b"\n"
+    keyed.write("plain", content)
+    for attempt in range(24):
+        keyed.write("out", "old")
+        kill_when_written(keyed, len(encoded), attempt * 0.00005, "base64", "-i", "plain", "-o", "out")
+        deadline = time.monotonic() + 10  # Wine's server notices the end a little later
+        while keyed.names() != ["my.key", "out", "plain"] and time.monotonic() < deadline:
+            time.sleep(0.01)
+        assert keyed.names() == ["my.key", "out", "plain"]
+        assert keyed.read("out") in (b"old", encoded)
+
+
+def test_more_text_than_can_be_worked_on_is_bad_data(keyed):
+    with open(keyed.folder / "big", "wb") as file:
+        file.truncate(3 << 30)
+    for result in (encrypt(keyed, "-i", "big", "-o", "out"), decrypt(keyed, "-i", "big", "-o", "out")):
+        assert result.code == 5
+        assert "big: has more than the 2147483647 bytes" in result.error
+    assert keyed.names() == ["big", "my.key"]

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <type_traits>
 
@@ -15,6 +16,9 @@ inline constexpr std::uint64_t kBlockBytes = 8;
 constexpr std::uint64_t PaddedLength(std::uint64_t bytes) {
   return (bytes + kBlockBytes - 1) / kBlockBytes * kBlockBytes;
 }
+
+// The most text, in bytes, that is worked on as a whole: the system converts no more at once.
+inline constexpr std::uint64_t kMaxTextBytes = std::numeric_limits<std::int32_t>::max();
 
 // A file is enciphered in pieces of this many bytes, a whole number of blocks.
 inline constexpr std::size_t kCipherPiece = 4U << 20;

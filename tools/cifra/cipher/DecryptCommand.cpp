@@ -21,8 +21,8 @@ struct Options : CipherOptions {
   std::optional<std::uint64_t> length;
 };
 
-// The bytes are asked for, not the text: only so is there no cut at a zero byte and nothing that
-// stands for what is not UTF-8, and a wrong key can be told from an empty text.
+// Asks for the bytes, not for the text, which ends at a zero byte and has replacements for what is
+// not UTF-8: a wrong key could not be told from an empty text.
 std::string DecryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& base64,
                         const std::string& source) {
   if (base64.empty()) {
@@ -58,7 +58,7 @@ void RunOnText(const Options& options) {
   const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId, options,
                                                       KeyUse::kDecrypt);
   Input input = options.text.Open();
-  std::string base64 = input.ReadAll();
+  std::string base64 = input.ReadAll(kMaxTextBytes);
   input.Close();
   RemoveWhiteSpace(base64);
   std::string text = DecryptText(*cipher, base64, input.Name());
@@ -74,8 +74,8 @@ void RunOnText(const Options& options) {
   throw Failure(ExitCode::kBadData, source + ": " + why);
 }
 
-// Decrypts all of the input. Of what it gives, the bytes behind the length, if there is one, are
-// left out; they must be the zero bytes that filled the last block.
+// Decrypts all of the input. Bytes beyond the length, if there is one, are left out; they must be
+// the zero bytes that filled the last block.
 void DecryptBytes(Cifra::IBlowfish& cipher, Input& input, Output& output,
                   std::optional<std::uint64_t> length) {
   std::uint64_t total = 0;
@@ -95,7 +95,7 @@ void DecryptBytes(Cifra::IBlowfish& cipher, Input& input, Output& output,
     const auto end = piece.begin() + static_cast<std::ptrdiff_t>(kept);
     if (std::any_of(end, piece.end(), [](std::uint8_t byte) { return byte != 0; })) {
       FailForLength(input.Name(),
-                    "the bytes behind --length are not zero: the length or the key is "
+                    "the bytes beyond --length are not zero: the length or the key is "
                     "wrong, or the file is damaged");
     }
     piece.erase(end, piece.end());

@@ -21,7 +21,7 @@ struct Options : CipherOptions {
 };
 
 // The library takes UTF-16 up to its terminator and ends the process when the result does not fit:
-// what it cannot take is refused here, and the room is computed.
+// what it cannot take is refused here, and the result's length computed.
 std::string EncryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& utf8,
                         const std::string& source) {
   const std::optional<std::wstring> text = FromUtf8(utf8);
@@ -32,12 +32,11 @@ std::string EncryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& ut
     throw Failure(ExitCode::kBadData,
                   source + ": has a zero byte, which ends a text; use --file to encrypt bytes");
   }
-  const std::uint64_t room = (PaddedLength(utf8.size()) + 2) / 3 * 4 + 1;
-  if (room > std::numeric_limits<std::uint32_t>::max()) {
-    throw Failure(ExitCode::kBadData, source + ": is too long; use --file to encrypt bytes");
-  }
-  std::wstring result(static_cast<std::size_t>(room), L'\0');
-  if (cipher.EncodeText(text->c_str(), result.data(), static_cast<std::uint32_t>(room)) != 1) {
+  const std::uint64_t capacity = (PaddedLength(utf8.size()) + 2) / 3 * 4 + 1;  // its terminator too
+  static_assert((PaddedLength(kMaxTextBytes) + 2) / 3 * 4 + 1 <=
+                std::numeric_limits<std::uint32_t>::max());
+  std::wstring result(static_cast<std::size_t>(capacity), L'\0');
+  if (cipher.EncodeText(text->c_str(), result.data(), static_cast<std::uint32_t>(capacity)) != 1) {
     throw Failure(ExitCode::kInternal, "Cifra.dll did not encrypt the text");
   }
   result.resize(result.find(L'\0'));
@@ -48,7 +47,7 @@ void RunOnText(const Options& options) {
   const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId, options,
                                                       KeyUse::kEncrypt);
   Input input = options.text.Open();
-  std::string result = EncryptText(*cipher, input.ReadAll(), input.Name());
+  std::string result = EncryptText(*cipher, input.ReadAll(kMaxTextBytes), input.Name());
   input.Close();
   if (!result.empty()) {
     result += '\n';

@@ -14,7 +14,7 @@
 namespace client {
 namespace {
 
-// One line end behind the key is not part of it: editors and "echo" leave one there.
+// A line end after the key is not part of it: editors and "echo" leave one there.
 std::size_t WithoutLineEnd(const std::uint8_t* bytes, std::size_t size) {
   if (size > 0 && bytes[size - 1] == '\n') {
     --size;
@@ -27,7 +27,7 @@ std::size_t WithoutLineEnd(const std::uint8_t* bytes, std::size_t size) {
 
 Key KeyFromFile(const std::string& path) {
   Input input(FromArgument(path));
-  // Room to see that a file is too long, its line end included, without reading all of it.
+  // Large enough to show that a file is too long, its line end included, without reading all of it.
   SecretBuffer<std::uint8_t, Key::kMaxBytes + 3> bytes;
   const std::size_t size = input.Read(bytes.All());
   return {bytes.Data(), WithoutLineEnd(bytes.Data(), size), input.Name()};

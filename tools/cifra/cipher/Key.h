@@ -9,7 +9,7 @@
 
 namespace client {
 
-// Key holds the key's bytes and wipes them when it goes.
+// Key holds the key's bytes and zeroes them on destruction.
 class Key {
  public:
   static constexpr std::size_t kMaxBytes = Cifra::IBlowfishAndBase64::kMaxKeyBytes;

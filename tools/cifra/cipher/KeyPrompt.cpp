@@ -59,7 +59,7 @@ std::size_t PromptWithoutEcho(const wchar_t* prompt, std::span<wchar_t> line) {
   std::size_t count = 0;
   {
     const EchoOff echoOff(keyboard.get());
-    // One unit at a time: the line may be longer than the room, and no copy of it is left behind.
+    // One unit at a time: the line may be longer than the buffer, and no copy of it remains.
     SecretBuffer<wchar_t, 1> unit;
     while (*unit.Data() != L'\n') {
       DWORD read = 0;

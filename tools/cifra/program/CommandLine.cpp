@@ -327,7 +327,7 @@ Command Program::Add(const char* name, const char* description) {
 }
 
 ExitCode Program::Run(const std::vector<std::string>& arguments) {
-  app->footer(kExitCodes);  // now, because commands take over what stands when they are added
+  app->footer(kExitCodes);  // only now: commands copy the footer when they are added
   std::vector<std::string> split = LiteralArguments(*app, arguments).Split();
   try {
     std::ranges::reverse(split);  // as the parser wants them

@@ -106,7 +106,7 @@ class Collector {
     }
   }
 
-  // Finds what the rest of a path, below the folder, stands for.
+  // Finds what the rest of a path matches below the folder.
   void Match(const std::wstring& folder, const std::wstring& rest) {
     const std::size_t end = std::min(rest.find_first_of(L"/\\"), rest.size());
     const std::size_t next = std::min(rest.find_first_not_of(L"/\\", end), rest.size());
@@ -188,7 +188,7 @@ bool MatchesPattern(std::wstring_view text, std::wstring_view pattern) {
   if (pattern == L"*.*") {
     return true;
   }
-  // The last * seen, and where in the text what it stands for ends: it grows when the rest fails.
+  // The last * seen, and where the text that it matches ends: further on each time the rest fails.
   std::size_t star = pattern.npos;
   std::size_t starEnd = 0;
   std::size_t at = 0;

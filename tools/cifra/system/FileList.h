@@ -22,8 +22,8 @@ struct ListedFile {
 };
 
 // FileList turns the names of a command line into files. A name with * or ?, in any part of the
-// path, stands for the files that match, whatever their letter case; with isRecursive, a folder
-// stands for all the files below it. Folders are listed in the order of their names, links to
+// path, means the files that match, whatever their letter case; with isRecursive, a folder means
+// all the files below it. Folders are listed in the order of their names, links to
 // folders are not followed.
 //
 // A pattern that matches nothing and a folder that cannot be read are reported to problems. Names

@@ -71,12 +71,23 @@ std::size_t Input::Read(std::span<std::uint8_t> buffer) {
   return filled;
 }
 
-std::string Input::ReadAll() {
+std::string Input::ReadAll(std::uint64_t limit) {
+  const auto requireFit = [this, limit](std::uint64_t size) {
+    if (size > limit) {
+      throw Failure(ExitCode::kBadData, name + ": has more than the " + std::to_string(limit) +
+                                            " bytes that can be worked on as text");
+    }
+  };
+  LARGE_INTEGER size{};
+  if (file && GetFileSizeEx(file.get(), &size)) {
+    requireFit(static_cast<std::uint64_t>(size.QuadPart));
+  }
   std::string all;
   std::string piece(1U << 16, '\0');
   for (;;) {
     const std::size_t count = Read({reinterpret_cast<std::uint8_t*>(piece.data()), piece.size()});
     all.append(piece, 0, count);
+    requireFit(all.size());
     if (count < piece.size()) {
       return all;
     }
@@ -91,8 +102,8 @@ std::size_t Input::ReadSome(std::span<std::uint8_t> buffer) {
     return TakePending(buffer);
   }
   DWORD count = 0;
-  const auto room = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 1U << 22));
-  if (!ReadFile(handle, buffer.data(), room, &count, nullptr)) {
+  const auto most = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 1U << 22));
+  if (!ReadFile(handle, buffer.data(), most, &count, nullptr)) {
     const DWORD error = GetLastError();
     if (error == ERROR_BROKEN_PIPE) {  // the writer closed its end
       return 0;

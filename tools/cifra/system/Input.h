@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 
@@ -23,8 +24,9 @@ class Input {
   // Fills the buffer, unless the input ends before. Returns the bytes read; fewer than the
   // buffer holds only at the end.
   std::size_t Read(std::span<std::uint8_t> buffer);
-  // All that is left.
-  std::string ReadAll();
+  // All that is left. Failure kBadData when that is more than the limit; a file's size is known
+  // before it is read.
+  std::string ReadAll(std::uint64_t limit = std::numeric_limits<std::uint64_t>::max());
 
   // What to call it in a message, in UTF-8.
   const std::string& Name() const { return name; }

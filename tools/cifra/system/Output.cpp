@@ -22,14 +22,7 @@ FileHandle OpenDevice(const std::wstring& path) {
   return device;
 }
 
-// While this is set, the file vanishes when its last handle is closed, however the process ends.
-bool SetDeleteOnClose(HANDLE file, bool isDeleted) {
-  FILE_DISPOSITION_INFO disposition{};
-  disposition.DeleteFile = isDeleted;
-  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof(disposition));
-}
-
-// The folder of a path, with the separator behind it; empty for the current one.
+// The folder of a path, with its separator; empty for the current one.
 std::wstring FolderOf(const std::wstring& path) {
   const std::size_t drive = path.find(L':') == 1 ? 2 : 0;
   return path.substr(0, std::max(path.find_last_of(L"\\/") + 1, drive));
@@ -48,39 +41,13 @@ Output::Output(const std::wstring& path) {
   if (IsFolder(path)) {
     throw Failure(ExitCode::kCannotWrite, name + ": is a directory");
   }
-  file = OpenDevice(target);
-  if (file) {
+  device = OpenDevice(target);
+  if (device) {
     target.clear();
-  } else {
-    CreateTemporary();
-  }
-  handle = file.get();
-}
-
-Output::~Output() {
-  file.reset();
-  if (!temporary.empty()) {
-    DeleteFileW(temporary.c_str());  // gone already, unless the system refused to mark it
-  }
-}
-
-void Output::CreateTemporary() {
-  // Not the target's name with something behind it: that may be too long for a name.
-  const std::wstring folder = FolderOf(target);
-  for (unsigned attempt = 0; attempt < 100 && !file; ++attempt) {
-    temporary = ForSystem(folder + L"cifra-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-                          std::to_wstring(attempt) + L".tmp");
-    file.reset(NullIfInvalid(CreateFileW(temporary.c_str(), GENERIC_WRITE | DELETE, 0, nullptr,
-                                         CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr)));
-    if (!file && GetLastError() != ERROR_FILE_EXISTS) {
-      break;
-    }
-  }
-  if (!file) {
-    temporary.clear();
+  } else if (!file.Create(FolderOf(target))) {
     Fail("cannot create");
   }
-  SetDeleteOnClose(file.get(), true);
+  handle = device ? device.get() : file.Handle();
 }
 
 void Output::Write(std::string_view bytes) {
@@ -105,16 +72,12 @@ void Output::Commit() {
   if (target.empty()) {
     return;
   }
-  SetDeleteOnClose(file.get(), false);
-  file.reset();
-  if (!MoveFileExW(temporary.c_str(), target.c_str(),
-                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+  if (!file.Publish(target)) {
     Fail("cannot write");
   }
-  temporary.clear();
 }
 
-bool Output::IsScreen() const { return !file && IsConsole(handle); }
+bool Output::IsScreen() const { return target.empty() && !device && IsConsole(handle); }
 
 void Output::Fail(const char* what) const {
   throw Failure::OfSystem(ExitCode::kCannotWrite, name, what);

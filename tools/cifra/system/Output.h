@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "system/Handles.h"
+#include "system/TemporaryFile.h"
 
 namespace client {
 
@@ -16,7 +17,6 @@ namespace client {
 class Output {
  public:
   explicit Output(const std::wstring& path);
-  ~Output();
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
@@ -30,16 +30,15 @@ class Output {
   bool IsScreen() const;
 
  private:
-  void CreateTemporary();
   void WriteNow(std::string_view bytes);
   [[noreturn]] void Fail(const char* what) const;
 
   std::string name;
-  std::wstring target;     // empty when there is nothing to be renamed
-  std::wstring temporary;  // set while that file exists
-  FileHandle file;
+  std::wstring target;  // empty when there is no file to be named
+  TemporaryFile file;
+  FileHandle device;
   HANDLE handle = nullptr;
-  std::string unfinished;  // the begin of a character whose end the screen has not been given yet
+  std::string unfinished;  // bytes of an incomplete UTF-8 character held back from the console
 };
 
 }  // namespace client

@@ -94,12 +94,16 @@ std::wstring ExactPath(const std::wstring& path) {
   return isFolder ? exact + L"\\" : exact;
 }
 
+std::wstring NativePath(const std::wstring& path) {
+  return L"\\??\\" + WithPrefix(FullPath(path)).substr(4);
+}
+
 bool IsDevice(const std::wstring& path) {
   return path.find_first_of(L"/\\.") == path.npos && FullPath(path).starts_with(kDevicePrefix);
 }
 
 std::wstring ForSystem(const std::wstring& path) {
-  constexpr std::size_t kLongestOrdinary = 247;  // a folder must leave room for an 8.3 name
+  constexpr std::size_t kLongestOrdinary = 247;  // a folder's leaves 12 for an 8.3 name
   if (path.size() >= MAX_PATH * 128 || path.starts_with(kExactPrefix)) {
     return path;
   }

@@ -4,12 +4,15 @@
 
 namespace client {
 
-// The name that stands for standard input or output.
+// The name that means standard input or output.
 inline constexpr wchar_t kStandardStream[] = L"-";
 
 // ForSystem gives the form of a path that the file calls take at any length: a path too long for
 // the ordinary form becomes an absolute one with the prefix "\\?\".
 std::wstring ForSystem(const std::wstring& path);
+
+// NativePath gives the absolute form of a path that the system's native calls take.
+std::wstring NativePath(const std::wstring& path);
 
 // ExactPath gives the path, in the form "\\?\...", that the system takes literally: a name that
 // ends with a dot or a blank, or that is a device's elsewhere (nul, com1.txt), then means the file
