@@ -3,6 +3,9 @@
 #include <nettle/base64.h>
 #include <openssl/evp.h>
 
+#include <cstring>
+#include <utility>
+
 #include "Bench.h"
 #include "cipher/Base64Codec.h"
 #include "cipher/Base64Kernel.h"
@@ -22,17 +25,25 @@ struct CifraBase64 {
   }
 };
 
-// What a processor without any of the instructions that the codec knows would do.
-struct CifraScalarBase64 {
+// The kernels, each forced.
+template <std::size_t kKernel>
+struct ForcedBase64 {
   static void Encode(const Bytes& input, Bytes& output) {
-    Base64Codec::EncodeWith(Base64Codec::Kernels().back(), input.data(), input.size(),
-                            reinterpret_cast<char*>(output.data()), true);
+    Base64Codec::Kernels()[kKernel].encode(input.data(), input.size(),
+                                           reinterpret_cast<char*>(output.data()), true);
   }
   static void Decode(const Bytes& input, Bytes& output) {
-    Base64Codec::DecodeWith(Base64Codec::Kernels().back(),
-                            reinterpret_cast<const char*>(input.data()), input.size(),
-                            output.data());
+    Base64Codec::Kernels()[kKernel].decode(reinterpret_cast<const char*>(input.data()),
+                                           input.size(), output.data());
   }
+};
+
+// No conversion: what copying as many bytes as are read would take.
+struct Copy {
+  static void Encode(const Bytes& input, Bytes& output) {
+    std::memcpy(output.data(), input.data(), input.size());
+  }
+  static void Decode(const Bytes& input, Bytes& output) { Encode(input, output); }
 };
 
 struct BotanBase64 {
@@ -125,15 +136,27 @@ void AddBase64(const std::string& library) {
   AddForAllSizes<Decoding<Base64>>("base64-decode", library);
 }
 
+template <std::size_t... kIndices>
+void AddForced(std::index_sequence<kIndices...>) {
+  const auto add = []<std::size_t kIndex>() {
+    if (KernelRules::kBase64[kIndex].isUsable()) {
+      AddBase64<ForcedBase64<kIndex>>("cifra-" + std::string(KernelRules::kBase64[kIndex].name));
+    }
+  };
+  (add.template operator()<kIndices>(), ...);
+}
+
 }  // namespace
 
 void RegisterBase64() {
   AddBase64<CifraBase64>("cifra");
-  AddBase64<CifraScalarBase64>("cifra-scalar");
+  AddForced(std::make_index_sequence<std::size(KernelRules::kBase64)>());
   AddBase64<BotanBase64>("botan");
   AddBase64<ModpBase64>("modp");
   AddBase64<NettleBase64>("nettle");
   AddBase64<OpenSslBase64>("openssl");
+  AddForAllSizes<Encoding<Copy>>("base64-encode", "memcpy");
+  AddForAllSizes<Decoding<Copy>>("base64-decode", "memcpy");
 }
 
 }  // namespace Cifra::Bench

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "Bench.h"
 #include "cipher/BlowfishEngine.h"
@@ -213,17 +214,15 @@ void AddCipher(const std::string& library) {
 
 template <std::size_t... kIndices>
 void AddForced(std::index_sequence<kIndices...>) {
-  const auto add = [](const KernelRule& rule, auto add) {
+  const auto add = []<std::size_t kIndex>() {
+    const KernelRule& rule = KernelRules::kBlowfish[kIndex];
     if (rule.isUsable()) {
-      add("cifra-" + std::string(rule.name));
+      const std::string name = "cifra-" + std::string(rule.name);
+      AddForAllSizes<Encrypting<ForcedCipher<kIndex>>>("blowfish-encrypt", name);
+      AddForAllSizes<Decrypting<ForcedCipher<kIndex>>>("blowfish-decrypt", name);
     }
   };
-  (add(KernelRules::kBlowfish[kIndices],
-       [](const std::string& name) {
-         AddForAllSizes<Encrypting<ForcedCipher<kIndices>>>("blowfish-encrypt", name);
-         AddForAllSizes<Decrypting<ForcedCipher<kIndices>>>("blowfish-decrypt", name);
-       }),
-   ...);
+  (add.template operator()<kIndices>(), ...);
 }
 
 template <typename Cipher>

@@ -65,7 +65,8 @@ def lines_of(function, text):
 
 def largest_loop(lines):
     """The lines of the innermost loop with the most of them; all lines where there is no loop."""
-    labels = {match[1]: i for i, line in enumerate(lines) if (match := re.match(r"(\.\w+):", line))}
+    labels = {match[1]: i for i, line in enumerate(lines)
+              if (match := re.match(r"(\.\w+):", line)) and "Inner Loop Header" in line}
     loops = []
     for i, line in enumerate(lines):
         target = re.match(r"\s+(?:b\.\w+|cbn?z|tbn?z)\s.*?(\.\w+)$", line.split("//")[0].rstrip())

@@ -15,7 +15,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 std::string Encode(const Base64Codec::Kernel& kernel, const Bytes& bytes, bool addPadding) {
   std::string text(Base64Codec::EncodedLength(bytes.size(), addPadding), '\0');
-  Base64Codec::EncodeWith(kernel, bytes.data(), bytes.size(), text.data(), addPadding);
+  kernel.encode(bytes.data(), bytes.size(), text.data(), addPadding);
   return text;
 }
 
@@ -23,8 +23,8 @@ std::optional<Bytes> Decode(const Base64Codec::Kernel& kernel, const std::string
   // A vector of exactly that size: the terminator would hide a read of one character too many.
   const Bytes characters(text.begin(), text.end());
   Bytes bytes(text.size() * 3 / 4);
-  if (!Base64Codec::DecodeWith(kernel, reinterpret_cast<const char*>(characters.data()),
-                               characters.size(), bytes.data())) {
+  if (!kernel.decode(reinterpret_cast<const char*>(characters.data()), characters.size(),
+                     bytes.data())) {
     return std::nullopt;
   }
   return bytes;

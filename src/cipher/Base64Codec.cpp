@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "cipher/Base64Alphabet.h"
 #include "cipher/Base64Kernel.h"
 #include "foundation/ByteOrder.h"
 #include "foundation/ValueBarrier.h"
@@ -12,8 +13,6 @@
 namespace Cifra::Base64Codec {
 
 namespace {
-
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The two characters of every 12 bits, the first one in the low byte: half as many look-ups as with
 // one character each.
@@ -26,12 +25,13 @@ constexpr auto kPairs = [] {
 }();
 
 // The value of a character at each of the 4 places of a group, shifted to where it belongs in the
-// group's 3 bytes, the first of which is the lowest. Joining the 4 words joins kForeign as well.
-constexpr std::uint32_t kForeign = 0x80000000;
+// group's 3 bytes, the first of which is the lowest. OR-ing the four words also propagates the
+// invalid flag.
+constexpr std::uint32_t kInvalid = 0x80000000;
 constexpr auto kValues = [] {
   std::array<std::array<std::uint32_t, 256>, 4> values{};
   for (auto& place : values) {
-    place.fill(kForeign);
+    place.fill(kInvalid);
   }
   for (std::uint32_t value = 0; value < 64; ++value) {
     const auto character = static_cast<std::uint8_t>(kAlphabet[value]);
@@ -44,7 +44,7 @@ constexpr auto kValues = [] {
 }();
 
 // Shorter input is not worth the call of a kernel.
-constexpr std::size_t kLeastForKernel = 24;
+constexpr std::size_t kLeastForKernel = 12;
 
 const std::uint8_t* ToBytes(const char* text) {
   return reinterpret_cast<const std::uint8_t*>(text);
@@ -101,14 +101,15 @@ std::uint32_t DecodeGroup(const std::uint8_t* text) {
 
 constexpr Kernel kKernels[] = {
 #if defined(__x86_64__) || defined(_M_X64)
-    {KernelRules::kBase64[0], EncodeAvx2, DecodeAvx2},
-    {KernelRules::kBase64[1], EncodeSsse3, DecodeSsse3},
-    {KernelRules::kBase64[2], nullptr, nullptr},
+    {KernelRules::kBase64[0], EncodeAvx512Vbmi, DecodeAvx512Vbmi},
+    {KernelRules::kBase64[1], EncodeAvx2, DecodeAvx2},
+    {KernelRules::kBase64[2], EncodeSsse3, DecodeSsse3},
+    {KernelRules::kBase64[3], EncodeScalar, DecodeScalar},
 #elif defined(__aarch64__) || defined(_M_ARM64)
     {KernelRules::kBase64[0], EncodeNeon, DecodeNeon},
-    {KernelRules::kBase64[1], nullptr, nullptr},
+    {KernelRules::kBase64[1], EncodeScalar, DecodeScalar},
 #else
-    {KernelRules::kBase64[0], nullptr, nullptr},
+    {KernelRules::kBase64[0], EncodeScalar, DecodeScalar},
 #endif
 };
 static_assert(std::size(kKernels) == std::size(KernelRules::kBase64));
@@ -119,14 +120,8 @@ constinit KernelChoice<Kernel> choice(kKernels);
 
 std::span<const Kernel> Kernels() { return kKernels; }
 
-void EncodeWith(const Kernel& kernel, const std::uint8_t* input, std::size_t inputLength,
-                char* output, bool addPadding) {
-  if (kernel.encode && inputLength >= kLeastForKernel) {
-    const std::size_t done = kernel.encode(input, inputLength, output);
-    input += done;
-    inputLength -= done;
-    output += done / 3 * 4;
-  }
+void EncodeScalar(const std::uint8_t* input, std::size_t inputLength, char* output,
+                  bool addPadding) {
   for (; inputLength >= 8; inputLength -= 6, input += 6, output += 8) {
     EncodeTwoGroups(input, output);
   }
@@ -138,14 +133,7 @@ void EncodeWith(const Kernel& kernel, const std::uint8_t* input, std::size_t inp
   }
 }
 
-bool DecodeWith(const Kernel& kernel, const char* text, std::size_t textLength,
-                std::uint8_t* output) {
-  if (kernel.decode && textLength >= kLeastForKernel) {
-    const std::size_t done = kernel.decode(text, textLength, output);
-    text += done;
-    textLength -= done;
-    output += done / 4 * 3;
-  }
+bool DecodeScalar(const char* text, std::size_t textLength, std::uint8_t* output) {
   std::uint32_t joined = 0;
   const auto decodeGroup = [&joined](const char* group) {
     const std::uint32_t word = DecodeGroup(ToBytes(group));
@@ -176,15 +164,20 @@ bool DecodeWith(const Kernel& kernel, const char* text, std::size_t textLength,
       output[1] = static_cast<std::uint8_t>(word >> 8);
     }
   }
-  return (joined & kForeign) == 0;
+  return (joined & kInvalid) == 0;
 }
 
 void Encode(const std::uint8_t* input, std::size_t inputLength, char* output, bool addPadding) {
-  EncodeWith(choice.Chosen(), input, inputLength, output, addPadding);
+  if (inputLength < kLeastForKernel) {
+    EncodeScalar(input, inputLength, output, addPadding);
+  } else {
+    choice.Chosen().encode(input, inputLength, output, addPadding);
+  }
 }
 
 bool Decode(const char* text, std::size_t textLength, std::uint8_t* output) {
-  return DecodeWith(choice.Chosen(), text, textLength, output);
+  return textLength < kLeastForKernel ? DecodeScalar(text, textLength, output)
+                                      : choice.Chosen().decode(text, textLength, output);
 }
 
 }  // namespace Cifra::Base64Codec

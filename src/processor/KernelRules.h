@@ -24,6 +24,7 @@ constexpr bool Always() { return true; }
 // In each list the fastest kernel comes first, and the last one is usable everywhere.
 #if defined(__x86_64__) || defined(_M_X64)
 inline constexpr KernelRule kBase64[] = {
+    {"avx512-vbmi", CpuFeatures::HasAvx512Vbmi, Always},
     {"avx2", CpuFeatures::HasAvx2, Always},
     {"ssse3", CpuFeatures::HasSsse3, Always},
     {"scalar", Always, Always},

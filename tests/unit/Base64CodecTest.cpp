@@ -95,13 +95,13 @@ TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
       for (const bool addPadding : {false, true}) {
         const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
         std::string room(textLength + 64, '#');
-        Base64Codec::EncodeWith(kernel, message.data(), length, room.data() + 32, addPadding);
+        kernel.encode(message.data(), length, room.data() + 32, addPadding);
         EXPECT_EQ(room.substr(0, 32), std::string(32, '#')) << kernel.rule.name;
         EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#')) << kernel.rule.name;
       }
       const std::string text = Reference::Base64Encode(message, false);
       Bytes room(length + 64, '#');
-      EXPECT_TRUE(Base64Codec::DecodeWith(kernel, text.data(), text.size(), room.data() + 32));
+      EXPECT_TRUE(kernel.decode(text.data(), text.size(), room.data() + 32));
       EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#')) << kernel.rule.name;
       EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#')) << kernel.rule.name;
     }
@@ -128,8 +128,8 @@ TEST(Base64Codec, Buffers_AreReadAndWrittenToTheirEndsOnly) {
         std::uint8_t* const input = std::copy(message.begin(), message.end(), place(bytes, length));
         char* const encoded = characters(place(text, textLength));
         std::uint8_t* const output = place(decoded, length);
-        Base64Codec::EncodeWith(kernel, input - length, length, encoded, false);
-        EXPECT_TRUE(Base64Codec::DecodeWith(kernel, encoded, textLength, output));
+        kernel.encode(input - length, length, encoded, false);
+        EXPECT_TRUE(kernel.decode(encoded, textLength, output));
         EXPECT_TRUE(std::equal(message.begin(), message.end(), output)) << kernel.rule.name;
       }
     }

@@ -30,7 +30,7 @@ auto WithEveryKernel(Convert convert) {
 inline std::string Encode(const Bytes& message, bool addPadding) {
   return WithEveryKernel([&](const Base64Codec::Kernel& kernel) {
     std::string text(Base64Codec::EncodedLength(message.size(), addPadding), '\0');
-    Base64Codec::EncodeWith(kernel, message.data(), message.size(), text.data(), addPadding);
+    kernel.encode(message.data(), message.size(), text.data(), addPadding);
     return text;
   });
 }
@@ -39,8 +39,7 @@ inline std::optional<Bytes> Decode(std::string_view text) {
   const Bytes input(text.begin(), text.end());
   return WithEveryKernel([&](const Base64Codec::Kernel& kernel) -> std::optional<Bytes> {
     Bytes message(input.size() * 3 / 4);
-    if (!Base64Codec::DecodeWith(kernel, reinterpret_cast<const char*>(input.data()), input.size(),
-                                 message.data())) {
+    if (!kernel.decode(reinterpret_cast<const char*>(input.data()), input.size(), message.data())) {
       return std::nullopt;
     }
     return message;
