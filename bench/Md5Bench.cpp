@@ -10,9 +10,11 @@
 
 #include <array>
 #include <memory>
+#include <utility>
 
 #include "Bench.h"
 #include "hash/Md5Engine.h"
+#include "hash/Md5Kernel.h"
 
 namespace Cifra::Bench {
 namespace {
@@ -27,6 +29,20 @@ struct CifraMd5 {
     Md5Init(context);
     Md5Update(context, message.data(), static_cast<std::uint32_t>(message.size()));
     Md5Final(context, reinterpret_cast<std::uint8_t(&)[16]>(digest));
+  }
+};
+
+// The kernels, each forced. Only whole blocks: what is done besides is the same for all.
+template <std::size_t kKernel>
+struct ForcedMd5 {
+  Bytes message;
+  std::uint32_t state[4] = {};
+
+  explicit ForcedMd5(std::size_t size) : message(RandomBytes(size)) {}
+  void operator()() {
+    const auto length = static_cast<std::uint32_t>(message.size());
+    Md5Blocks::Kernels()[kKernel].transform(state, message.data(), length);
+    benchmark::DoNotOptimize(state);
   }
 };
 
@@ -113,10 +129,24 @@ void AddMd5(const std::string& library) {
   AddForAllSizes<Hashing<Md5>>("md5", library);
 }
 
+template <std::size_t... kIndices>
+void AddForced(std::index_sequence<kIndices...>) {
+  const auto add = []<std::size_t kIndex>() {
+    const KernelRule& rule = KernelRules::kMd5[kIndex];
+    for (const std::size_t size : kSizes) {
+      if (rule.isUsable() && size % 64 == 0) {
+        Add<ForcedMd5<kIndex>>("md5", "cifra-" + std::string(rule.name), size);
+      }
+    }
+  };
+  (add.template operator()<kIndices>(), ...);
+}
+
 }  // namespace
 
 void RegisterMd5() {
   AddMd5<CifraMd5>("cifra");
+  AddForced(std::make_index_sequence<std::size(KernelRules::kMd5)>());
   AddMd5<BotanMd5>("botan");
   AddMd5<CryptoPpMd5>("cryptopp");
   AddMd5<GcryptMd5>("libgcrypt");

@@ -34,7 +34,7 @@ CIPHER_GROUP = ("void Cifra::BlowfishBlocks::CipherGroup<Cifra::BlowfishBlocks::
 HOT_CODE = [
     HotCode("Blowfish encrypt", "src/cipher/BlowfishPortable.cpp", CIPHER_GROUP + "0, 8ul", 64, 8 * 16),
     HotCode("Blowfish decrypt", "src/cipher/BlowfishPortable.cpp", CIPHER_GROUP + "1, 8ul", 64, 8 * 16),
-    HotCode("MD5", "src/hash/Md5Engine.cpp", "(anonymous namespace)::Transform", 64, 64),
+    HotCode("MD5", "src/hash/Md5Scalar.cpp", "Cifra::Md5Blocks::TransformScalar", 64, 64),
     HotCode("Base64 encode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::EncodeNeon", 48, 1),
     HotCode("Base64 decode", "src/cipher/Base64Neon.cpp", "Cifra::Base64Codec::DecodeNeon", 48, 1),
 ]

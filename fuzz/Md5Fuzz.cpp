@@ -1,9 +1,11 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "Require.h"
 #include "hash/Md5Engine.h"
+#include "hash/Md5Kernel.h"
 #include "reference/Md5Reference.h"
 
 using namespace Cifra;
@@ -24,5 +26,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Md5Final(context, digest);
   Fuzz::Require(Bytes(std::begin(digest), std::end(digest)) ==
                 Reference::Md5(message.data(), message.size()));
+  // The blocks by every kernel, from a state of zeros.
+  const auto whole = static_cast<std::uint32_t>(message.size() / 64 * 64);
+  std::uint32_t expected[4] = {};
+  Md5Blocks::TransformScalar(expected, message.data(), whole);
+  for (const Md5Blocks::Kernel& kernel : Md5Blocks::Kernels()) {
+    std::uint32_t state[4] = {};
+    if (kernel.rule.isUsable()) {
+      kernel.transform(state, message.data(), whole);
+      Fuzz::Require(std::equal(std::begin(state), std::end(state), expected));
+    }
+  }
   return 0;
 }

@@ -34,15 +34,21 @@ inline constexpr KernelRule kBlowfish[] = {
     {"avx2-gather", CpuFeatures::HasAvx2, CpuFeatures::HasFastGathers},
     {"scalar", Always, Always},
 };
+inline constexpr KernelRule kMd5[] = {
+    {"avx512", CpuFeatures::HasAvx512, CpuFeatures::HasFastVectorRotation},
+    {"scalar", Always, Always},
+};
 #elif defined(__aarch64__) || defined(_M_ARM64)
 inline constexpr KernelRule kBase64[] = {
     {"neon", Always, Always},
     {"scalar", Always, Always},
 };
 inline constexpr KernelRule kBlowfish[] = {{"scalar", Always, Always}};
+inline constexpr KernelRule kMd5[] = {{"scalar", Always, Always}};
 #else
 inline constexpr KernelRule kBase64[] = {{"scalar", Always, Always}};
 inline constexpr KernelRule kBlowfish[] = {{"scalar", Always, Always}};
+inline constexpr KernelRule kMd5[] = {{"scalar", Always, Always}};
 #endif
 
 inline bool IsChosen(const KernelRule& rule) { return rule.isUsable() && rule.isFaster(); }

@@ -5,6 +5,7 @@
 
 #include "cipher/Base64Kernel.h"
 #include "cipher/BlowfishKernel.h"
+#include "hash/Md5Kernel.h"
 #include "processor/KernelRules.h"
 
 namespace Cifra::Test {
@@ -28,11 +29,13 @@ void ExpectKernels(const char* algorithm, const KernelRule (&rules)[kCount],
 TEST(KernelRules, Kernels_FollowTheRulesInTheirOrder) {
   ExpectKernels("Base64", KernelRules::kBase64, Base64Codec::Kernels());
   ExpectKernels("Blowfish", KernelRules::kBlowfish, BlowfishBlocks::Kernels());
+  ExpectKernels("MD5", KernelRules::kMd5, Md5Blocks::Kernels());
 }
 
 TEST(KernelRules, ChosenKernel_IsUsable) {
   EXPECT_TRUE(KernelRules::Chosen(KernelRules::kBase64).isUsable());
   EXPECT_TRUE(KernelRules::Chosen(KernelRules::kBlowfish).isUsable());
+  EXPECT_TRUE(KernelRules::Chosen(KernelRules::kMd5).isUsable());
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)

@@ -5,7 +5,9 @@
 #include <cstring>
 
 #include "hash/Md5Engine.h"
+#include "hash/Md5Kernel.h"
 #include "reference/Md5Reference.h"
+#include "support/GuardedPages.h"
 #include "support/Md5.h"
 #include "support/TestData.h"
 
@@ -74,6 +76,28 @@ TEST(Md5Engine, Message_IsReadAtAnyAddress) {
     Md5Init(context);
     Md5Update(context, room.data() + offset, static_cast<std::uint32_t>(message.size()));
     EXPECT_EQ(Finish(context), Reference::Md5(message.data(), message.size()));
+  }
+}
+
+TEST(Md5Engine, EveryKernel_TransformsAsTheReferenceAndReadsNothingElse) {
+  GuardedPages pages;
+  Random random(6);
+  for (const std::uint32_t blocks : {0u, 1u, 2u, 15u, 16u, 17u, 64u}) {
+    const std::uint32_t length = 64 * blocks;
+    const Bytes message = random.NextBytes(length);
+    for (std::uint8_t* const place : {pages.Front(), pages.Back(length)}) {
+      std::copy(message.begin(), message.end(), place);
+      for (const Md5Blocks::Kernel& kernel : Md5Blocks::Kernels()) {
+        if (!kernel.rule.isUsable()) {
+          continue;
+        }
+        Md5Context context;
+        Md5Init(context);
+        kernel.transform(context.state, place, length);
+        context.count[0] = length * 8;
+        EXPECT_EQ(Reference::Md5(message.data(), length), Finish(context)) << kernel.rule.name;
+      }
+    }
   }
 }
 
