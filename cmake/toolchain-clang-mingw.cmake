@@ -42,9 +42,6 @@ set(CMAKE_OBJCOPY "${_tool}objcopy" CACHE FILEPATH "")
 set(CMAKE_STRIP "${_tool}strip" CACHE FILEPATH "")
 set(CMAKE_DLLTOOL "${_tool}dlltool" CACHE FILEPATH "")
 
-# mingw's own formatter; see __USE_MINGW_ANSI_STDIO in scripts/lib/build-clang-target.
-set(CMAKE_C_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1")
-set(CMAKE_CXX_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1")
 # Debug information as Windows' own tools read it, in place of CMake's -g.
 set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 --start-no-unused-arguments -gcodeview --end-no-unused-arguments -DNDEBUG" CACHE STRING "")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 --start-no-unused-arguments -gcodeview --end-no-unused-arguments -DNDEBUG" CACHE STRING "")

@@ -15,10 +15,9 @@ set(CMAKE_C_COMPILER "${CIFRA_GCC}")
 set(CMAKE_CXX_COMPILER "${CIFRA_GXX}")
 set(CMAKE_RC_COMPILER ${_triple}-windres)
 
-# The same formatter as with Clang; see toolchain-clang-mingw.cmake. This GCC's headers still aim at
-# Windows 7 unless told otherwise.
-set(CMAKE_C_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1 -D_WIN32_WINNT=0x0A00")
-set(CMAKE_CXX_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1 -D_WIN32_WINNT=0x0A00")
+# This GCC's headers still aim at Windows 7 unless told otherwise.
+set(CMAKE_C_FLAGS_INIT -D_WIN32_WINNT=0x0A00)
+set(CMAKE_CXX_FLAGS_INIT -D_WIN32_WINNT=0x0A00)
 foreach(_kind EXE SHARED MODULE)
   # No DLL of the toolchain is needed beside a program, and the same input gives the same file.
   set(CMAKE_${_kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")

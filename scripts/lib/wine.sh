@@ -27,6 +27,7 @@ wine_select() {
   local cache=${XDG_CACHE_HOME:-${HOME:?HOME is not set}/.cache}/cifra
   wine_arch=$1
   wine_state=${CIFRA_WINE_STATE:-$cache}/wine-$wine_arch
+  wine_key=system # names the Wine that a prefix and its server belong to
   case $wine_arch in
     x64)
       # Debian's /usr/bin/wine is a script that advises to install the 32-bit Wine; not taken.
@@ -36,13 +37,15 @@ wine_select() {
       fi
       ;;
     arm64)
-      wine_loader=$cache/wine-arm64/root/usr/lib/wine/wine64
-      wine_server=$cache/wine-arm64/root/usr/lib/wine/wineserver64
-      [[ -x $wine_loader ]] || wine_fail "no Wine for ARM64 here; scripts/setup wine-arm64 makes it"
-      command -v qemu-aarch64-static >/dev/null ||
-        wine_fail "no qemu-aarch64-static here; scripts/setup wine-arm64 installs it"
-      # Wine's unwinder does not know signed return addresses, which later processors check.
-      export QEMU_CPU=${QEMU_CPU:-cortex-a72}
+      local root=$cache/wine-arm64/root
+      wine_loader=$root/usr/lib/aarch64-linux-gnu/wine64
+      wine_server=$root/usr/lib/aarch64-linux-gnu/wineserver
+      if [[ ! -x $wine_loader ]] || ! read -r wine_key <"$root/key"; then
+        wine_fail "no Wine for ARM64 here; scripts/setup wine-arm64 makes it"
+      fi
+      # A processor with pointer authentication, so that what signs and checks return addresses runs.
+      # Those that have branch target identification too hang.
+      export QEMU_CPU=${QEMU_CPU:-neoverse-v1}
       ;;
   esac
   export WINEPREFIX=$wine_state/prefix
@@ -60,8 +63,8 @@ wine_select() {
 
 # wine_serving: whether the server that wine_start left behind still runs.
 wine_serving() {
-  local pid command
-  read -r pid 2>/dev/null <"$wine_state/server.pid" &&
+  local pid key command
+  read -r pid key 2>/dev/null <"$wine_state/server.pid" && [[ $key == "$wine_key" ]] &&
     read -r -d '' command 2>/dev/null <"/proc/$pid/cmdline" &&
     [[ $command == *wineserver* || $command == *qemu-aarch64* ]]
 }
@@ -70,6 +73,12 @@ wine_warm_up() {
   cd "$WINEPREFIX" &&
     WINEDLLOVERRIDES="winedbg.exe,winemenubuilder.exe,mscoree,mshtml=d" "$wine_loader" cmd.exe /c exit \
       </dev/null >>"$wine_state/start.log" 2>&1 8>&- 9>&-
+}
+
+# wine_forget: removes a prefix that another Wine made or that was not finished, and ends its server.
+wine_forget() {
+  wine_stop
+  rm -rf "$WINEPREFIX"
 }
 
 # wine_start: starts Wine's server and its services apart from the caller's streams, makes the
@@ -82,11 +91,11 @@ wine_start() {
   exec 8>"$wine_state/lock"
   flock 8
   if ! wine_serving; then
-    [[ -f $wine_state/made ]] || rm -rf "$WINEPREFIX"
+    [[ $(cat "$wine_state/made" 2>/dev/null) == "$wine_key" ]] || wine_forget
     mkdir -p "$WINEPREFIX"
     : >"$wine_state/start.log"
     setsid "$wine_server" --foreground --persistent="$wine_idle" </dev/null >/dev/null 2>&1 8>&- 9>&- &
-    printf '%s\n' "$!" >"$wine_state/server.pid"
+    printf '%s %s\n' "$!" "$wine_key" >"$wine_state/server.pid"
     # A program waits five minutes for Wine to make its prefix, which goes on behind it: on a machine
     # that is too busy for that, the next one may wait as long again.
     until (wine_warm_up); do
@@ -95,7 +104,7 @@ wine_start() {
         wine_fail "Wine for $wine_arch does not start here; see $wine_state/start.log"
       fi
     done
-    : >"$wine_state/made"
+    printf '%s\n' "$wine_key" >"$wine_state/made"
   fi
   exec 8>&-
 }
