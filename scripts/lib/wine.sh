@@ -37,10 +37,10 @@ wine_select() {
       fi
       ;;
     arm64)
-      local root=$cache/wine-arm64/root
-      wine_loader=$root/usr/lib/aarch64-linux-gnu/wine64
-      wine_server=$root/usr/lib/aarch64-linux-gnu/wineserver
-      if [[ ! -x $wine_loader ]] || ! read -r wine_key <"$root/key"; then
+      local system=$cache/wine-arm64/system
+      wine_loader=$system/usr/lib/aarch64-linux-gnu/wine64
+      wine_server=$system/usr/lib/aarch64-linux-gnu/wineserver
+      if [[ ! -x $wine_loader ]] || ! read -r wine_key <"$system/key"; then
         wine_fail "no Wine for ARM64 here; scripts/setup wine-arm64 makes it"
       fi
       # A processor with pointer authentication, so that what signs and checks return addresses runs.

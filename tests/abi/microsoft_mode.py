@@ -13,15 +13,19 @@ ROOT = HERE.parent.parent
 MICROSOFT_TARGETS = ["aarch64-pc-windows-msvc", "x86_64-pc-windows-msvc"]
 
 
+def parser(description):
+    result = argparse.ArgumentParser(description=description)
+    result.add_argument("--clang", default="clang-19")
+    result.add_argument("--wine-headers", type=pathlib.Path, default="/usr/include/wine/wine")
+    return result
+
+
 def parse_arguments(description):
-    parser = argparse.ArgumentParser(description=description)
-    parser.add_argument("--clang", default="clang-19")
-    parser.add_argument("--wine-headers", type=pathlib.Path, default="/usr/include/wine/wine")
-    return parser.parse_args()
+    return parser(description).parse_args()
 
 
-def compiler(arguments):
-    """Returns the command that compiles one of the project's files but for the target and the file."""
+def compiler(arguments, includes=(ROOT / "include", ROOT / "src")):
+    """Returns the command that compiles a file against these headers but for the target and the file."""
     resources = pathlib.Path(
         subprocess.run([arguments.clang, "-print-resource-dir"], check=True, capture_output=True,
                        text=True).stdout.strip())
@@ -44,4 +48,7 @@ def compiler(arguments):
     command += ["-D_InterlockedCompareExchange128=WineInterlockedCompareExchange128"]
     # Without this Wine's WCHAR is not wchar_t.
     command += ["-DWINE_UNICODE_NATIVE", "-DUNICODE", "-D_UNICODE", "-DNOMINMAX", "-DWIN32_LEAN_AND_MEAN"]
-    return command + ["-Wall", "-Wextra", "-Werror", "-I", ROOT / "include", "-I", ROOT / "src"]
+    command += ["-Wall", "-Wextra", "-Werror"]
+    for path in includes:
+        command += ["-I", path]
+    return command

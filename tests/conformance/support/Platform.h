@@ -1,0 +1,24 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+
+namespace Cifra::Test {
+
+// Where Wine behaves otherwise than Windows, tests expect what this table says.
+struct PlatformDifferences {
+  // The exit code after a return to an address that cannot be.
+  std::uint32_t invalidReturn;
+};
+
+inline constexpr PlatformDifferences kOnWindows{0xC0000005};
+inline constexpr PlatformDifferences kOnWine{1};
+
+inline bool IsWine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+inline const PlatformDifferences& Platform() { return IsWine() ? kOnWine : kOnWindows; }
+
+}  // namespace Cifra::Test
