@@ -1,4 +1,5 @@
-# cifra_hardening(TARGET): what the compiler and the linker offer against exploits of a defect.
+# cifra_hardening(TARGET): what the compiler and the linker offer against exploits of a defect, and
+# that the same sources give the same files wherever they are built.
 
 include(CheckCXXSourceCompiles)
 
@@ -26,12 +27,23 @@ function(cifra_hardening target)
     return()
   endif()
 
+  target_compile_options(${target} PRIVATE
+    -ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
   target_link_options(${target} PRIVATE
     -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
   # Control Flow Guard: GCC has no such thing.
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(${target} PRIVATE -mguard=cf)
     target_link_options(${target} PRIVATE -mguard=cf)
+    # The PDB: lines, the sources' hashes, and paths that are the same on every machine.
+    target_compile_options(
+      ${target} PRIVATE -g "SHELL:-Xclang -gsrc-hash=sha256" -fdebug-compilation-dir=.
+                        -gno-codeview-command-line)
+    target_link_options(${target} PRIVATE -Wl,-Xlink=-pdbsourcepath:C:/Cifra)
+    if(CMAKE_SYSTEM_PROCESSOR STREQUAL "AMD64")
+      # May run with a shadow stack: whoever unwinds does so through the platform.
+      target_link_options(${target} PRIVATE -Wl,-Xlink=-cetcompat)
+    endif()
     if(CMAKE_SYSTEM_PROCESSOR STREQUAL "ARM64")
       # Return addresses signed with the B key, the only one that Windows supports.
       target_compile_options(${target} PRIVATE -mbranch-protection=pac-ret+b-key)
