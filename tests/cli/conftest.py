@@ -5,6 +5,8 @@ CIFRA_PROGRAM is the client's path; CIFRA_RUNNER, a list separated by semicolons
 
 import os
 import pathlib
+import re
+import shlex
 import subprocess
 
 import pytest
@@ -12,13 +14,33 @@ import pytest
 ENCODING = "utf-8"
 
 
+# How Wine begins its own lines; a run with one of them says nothing about the client.
+WINE = re.compile(r"^(wine|wineserver|[0-9a-f]{4}:(err|fixme|warn)\b|qemu)", re.MULTILINE)
+# As the runner exits where programs cannot run at all, see scripts/lib/wine.sh.
+CANNOT_RUN = 121
+
+
 class Result:
     """What a run left behind, as bytes and as text."""
 
     def __init__(self, process):
+        self.command = process.args
         self.code = process.returncode
         self.bytes = process.stdout
         self.error = process.stderr.decode(ENCODING)
+
+    def describe(self):
+        return "\n".join(
+            [
+                "$ " + shlex.join(self.command),
+                f"exit code: {self.code}",
+                f"standard output: {self.bytes[:2000]!r}",
+                f"standard error: {self.error[:4000]}",
+            ]
+        )
+
+    def is_wines(self):
+        return self.code == CANNOT_RUN or bool(WINE.search(self.error))
 
     @property
     def text(self):
@@ -31,6 +53,7 @@ class Client:
     def __init__(self, folder, program):
         self.folder = folder
         self.program = program
+        self.runs = []
         self.runner = [part for part in os.environ.get("CIFRA_RUNNER", "").split(";") if part]
 
     def __call__(self, *arguments, stdin=b"", env=None):
@@ -43,7 +66,10 @@ class Client:
             timeout=240,
             check=False,
         )
-        return Result(process)
+        result = Result(process)
+        self.runs.append(result)
+        assert not result.is_wines(), "Wine itself failed\n" + result.describe()
+        return result
 
     def succeed(self, *arguments, **options):
         """Runs, and fails the test unless the program succeeds in silence on standard error."""
@@ -79,3 +105,13 @@ def keyed(cifra):
     """A client with a key file beside it, outside of what the tests list."""
     cifra.write("my.key", "secret")
     return cifra
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item, call):
+    """A test that fails shows every run of the client that it made."""
+    report = (yield).get_result()
+    client = item.funcargs.get("cifra") if hasattr(item, "funcargs") else None
+    if report.failed and client:
+        runs = "\n\n".join(result.describe() for result in client.runs)
+        report.sections.append((f"{len(client.runs)} runs of the client", runs))
