@@ -21,7 +21,7 @@ GUARD_INSTRUMENTED, GUARD_TABLE = 0x100, 0x400
 
 # The platform's libraries, the C runtime's among them.
 PLATFORM = re.compile(
-    r"(kernel32|advapi32|bcrypt|crypt32|shell32|shlwapi|version|winmm|wintrust|msvcrt"
+    r"(kernel32|advapi32|bcrypt|crypt32|shell32|shlwapi|user32|version|winmm|wintrust|msvcrt"
     r"|api-ms-win-crt-[a-z]+-l1-1-0)\.dll",
     re.IGNORECASE,
 )
