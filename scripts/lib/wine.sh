@@ -1,7 +1,7 @@
 # Runs Windows programs under Wine; the two runners and the set-up share it. Sourced, never run.
 # shellcheck shell=bash
 #
-# wine_select x64|arm64 first; then wine_run, wine_start or wine_stop.
+# wine_select x64|arm64 first; then wine_start, wine_run or wine_stop.
 
 # What a runner exits with when this machine cannot run such programs.
 readonly wine_cannot_run=121
@@ -116,12 +116,31 @@ wine_stop() {
   rm -f "$wine_state/server.pid"
 }
 
+# wine_run PROGRAM ARGUMENT...: runs it and exits with the low byte of its exit code, all that this
+# system has of it. Bytes of codes that end a program without a word are explained; the program may
+# have chosen the same one itself, so it is passed on. Of a crash Wine tells by itself.
+wine_run() {
+  local code=0
+  # Who ends this script ends the program.
+  setpriv --pdeathsig KILL "$wine_loader" "$@" || code=$?
+  case $code in
+    9) wine_explain "$code" "0xC0000409, which is fail-fast or a damaged stack" ;;
+    53) wine_explain "$code" "0xC0000135, a DLL that is missing; WINEDEBUG=err+module names it" ;;
+  esac
+  exit "$code"
+}
+
+wine_explain() { # CODE MEANING
+  printf '%s: ended with %s; unless the program chose it: %s\n' "${0##*/}" "$1" "$2" >&2
+}
+
 wine_help() {
   cat <<HELP
 Usage: ${0##*/} PROGRAM ARGUMENT...   runs a Windows program; exits with its code's low byte
        ${0##*/} --start | --stop      starts or ends Wine's server ahead of time
 
-Exits with $wine_cannot_run when this machine cannot run such programs. The program sees the machine's
+Exits with $wine_cannot_run, and a line on standard error, when this machine cannot run such programs or
+there is no such program. An exit code of 9 or 53 is explained on standard error. The program sees the machine's
 files as Z:\\ and gets the caller's folder, environment and streams; WINEDLLOVERRIDES and WINEDEBUG
 are taken from the caller. CIFRA_WINE_STATE=DIRECTORY moves Wine's own files out of the cache.
 HELP
@@ -138,8 +157,9 @@ wine_main() { # ARCHITECTURE ARGUMENT...
     --start) wine_start ;;
     --stop) wine_stop ;;
     *)
+      [[ $1 != */* || -f $1 ]] || wine_fail "$1: no such program"
       wine_start
-      exec "$wine_loader" "$@"
+      wine_run "$@"
       ;;
   esac
 }
