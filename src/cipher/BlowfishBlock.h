@@ -38,6 +38,7 @@ KX_ALWAYS_INLINE void RunRounds(const std::uint32_t* p, const std::uint32_t* s, 
                                 std::uint32_t& right) {
   std::uint32_t l = left;
   std::uint32_t r = right;
+  KX_UNROLL_8
   for (std::size_t step = 2; step < BlowfishTables::kPWords; step += 2) {
     r ^= F(s, l);
     // A barrier, so that P's word is added while F is still looked up, and not after it.

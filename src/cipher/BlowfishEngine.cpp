@@ -5,6 +5,7 @@
 
 #include "cipher/BlowfishBlock.h"
 #include "cipher/BlowfishKernel.h"
+#include "foundation/ByteOrder.h"
 #include "foundation/Fatal.h"
 #include "foundation/Wipe.h"
 
@@ -34,6 +35,16 @@ void FillFromChain(const std::uint32_t* p, const std::uint32_t* s, std::uint32_t
   left = l ^ p[0];
   right = r ^ p[1];
   kx::Wipe(chained, sizeof(chained));
+}
+
+template <Direction kDirection>
+void CipherSingle(const std::uint32_t* p, const std::uint32_t* s, const std::uint8_t* input,
+                  std::uint8_t* output) {
+  std::uint32_t left = kx::LoadLittleEndian32(input);
+  std::uint32_t right = kx::LoadLittleEndian32(input + 4);
+  Cifra::BlowfishBlock::Cipher<kDirection>(p, s, left, right);
+  kx::StoreLittleEndian32(left, output);
+  kx::StoreLittleEndian32(right, output + 4);
 }
 
 }  // namespace
@@ -80,12 +91,21 @@ void class_blowfish::Decipher(std::uint32_t& left, std::uint32_t& right) const {
   Cifra::BlowfishBlock::Cipher<Direction::kDecipher>(pArray.get(), sBoxes.get(), left, right);
 }
 
+// A single block's halves are faster apart: nothing else fills the time of its look-ups.
 void class_blowfish::EncipherBlocks(const std::uint8_t* input, std::uint8_t* output,
                                     std::size_t blocks) const {
-  Cifra::BlowfishBlocks::Encipher(Tables(), input, output, blocks);
+  if (blocks == 1) {
+    CipherSingle<Direction::kEncipher>(pArray.get(), sBoxes.get(), input, output);
+  } else {
+    Cifra::BlowfishBlocks::Encipher(Tables(), input, output, blocks);
+  }
 }
 
 void class_blowfish::DecipherBlocks(const std::uint8_t* input, std::uint8_t* output,
                                     std::size_t blocks) const {
-  Cifra::BlowfishBlocks::Decipher(Tables(), input, output, blocks);
+  if (blocks == 1) {
+    CipherSingle<Direction::kDecipher>(pArray.get(), sBoxes.get(), input, output);
+  } else {
+    Cifra::BlowfishBlocks::Decipher(Tables(), input, output, blocks);
+  }
 }

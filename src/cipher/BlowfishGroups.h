@@ -85,38 +85,26 @@ void CipherGroup(const std::uint32_t* p, const Round& round, const std::uint8_t*
   }
 }
 
-// A single block, whose halves are faster apart: nothing else fills the time of its look-ups.
-template <Direction kDirection>
-void CipherSingle(const Tables& tables, const std::uint8_t* input, std::uint8_t* output) {
-  std::uint32_t left = kx::LoadLittleEndian32(input);
-  std::uint32_t right = kx::LoadLittleEndian32(input + 4);
-  BlowfishBlock::Cipher<kDirection>(tables.p, tables.s, left, right);
-  kx::StoreLittleEndian32(left, output);
-  kx::StoreLittleEndian32(right, output + 4);
-}
-
-// The functions for what is left over of a message, 2 to kWidth blocks.
+// The functions for what is left over of a message, 1 to kWidth blocks.
 template <typename Round, Direction kDirection, std::size_t... kIndices>
 constexpr auto RestFunctions(std::index_sequence<kIndices...>) {
   using Function = void (*)(const std::uint32_t*, const Round&, const std::uint8_t*, std::uint8_t*);
-  return std::array<Function, sizeof...(kIndices)>{CipherGroup<Round, kDirection, kIndices + 2>...};
+  return std::array<Function, sizeof...(kIndices)>{CipherGroup<Round, kDirection, kIndices + 1>...};
 }
 
 template <typename Round, Direction kDirection>
 void CipherBlocks(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,
                   std::size_t blocks) {
   static constexpr auto kRest =
-      RestFunctions<Round, kDirection>(std::make_index_sequence<kWidth - 1>());
+      RestFunctions<Round, kDirection>(std::make_index_sequence<kWidth>());
   const Round round(tables.s);
   for (; blocks > kWidth; blocks -= kWidth) {
     CipherGroup<Round, kDirection, kWidth>(tables.p, round, input, output);
     input += kWidth * kBlockBytes;
     output += kWidth * kBlockBytes;
   }
-  if (blocks > 1) {
-    kRest[blocks - 2](tables.p, round, input, output);
-  } else if (blocks == 1) {
-    CipherSingle<kDirection>(tables, input, output);
+  if (blocks > 0) {
+    kRest[blocks - 1](tables.p, round, input, output);
   }
 }
 
