@@ -32,6 +32,11 @@ def test_versions(cifra):
     text = cifra.succeed("version").text
     versions = re.findall(r"^(cifra|Cifra\.dll) +(\d+\.\d+\.\d+) \((.+)\)$", text, re.MULTILINE)
     assert [name for name, _, _ in versions] == ["cifra", "Cifra.dll"]
+    kernels = re.search(r"^Kernels +Base64 (\S+), Blowfish (\S+), MD5 (\S+)$", text, re.MULTILINE)
+    vectors = {"neon"} if "(ARM64)" in text else {"avx512-vbmi", "avx2", "ssse3"}
+    assert kernels[1] in vectors
+    assert kernels[2] in {"avx512-gather", "avx2-gather", "scalar"}
+    assert kernels[3] in {"avx512", "scalar"}
     assert versions[0][1] == versions[1][1]
     assert versions[1][2].endswith("Cifra.dll")
 

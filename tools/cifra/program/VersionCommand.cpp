@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "processor/KernelRules.h"
 #include "program/CifraLibrary.h"
 #include "system/Console.h"
 #include "system/Unicode.h"
@@ -21,6 +22,10 @@ void Run() {
   const std::string version = library.Version();
   WriteOut("Cifra.dll  " + (version.empty() ? "unknown version" : version) + " (" +
            ToUtf8(library.Path()) + ")\n");
+  // By the rules that the library chooses by; it has no export that would tell.
+  using namespace Cifra::KernelRules;
+  WriteOut(std::string("Kernels    Base64 ") + Chosen(kBase64).name + ", Blowfish " +
+           Chosen(kBlowfish).name + ", MD5 " + Chosen(kMd5).name + "\n");
 }
 
 }  // namespace
