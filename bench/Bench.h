@@ -14,7 +14,7 @@ namespace Cifra::Bench {
 
 using Bytes = std::vector<std::uint8_t>;
 
-inline constexpr std::size_t kSizes[] = {8, 16, 64, 256, 1024, 4096, 65536, 1 << 20, 16 << 20};
+inline constexpr std::size_t kSizes[] = {8, 16, 64, 256, 1024, 16384, 65536, 1 << 20, 16 << 20};
 
 inline Bytes RandomBytes(std::size_t count) {
   std::mt19937_64 engine(count);

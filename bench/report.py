@@ -1,6 +1,8 @@
 #!/usr/bin/python3
-"""Turns what the benchmarks printed into docs/benchmarks.md, its chart and its raw data, and says
-which goals were reached. scripts/bench calls it; see there."""
+"""Adds what the benchmarks measured on this machine to bench/results, a folder for each processor,
+and makes docs/benchmarks.md and its charts of all that lies there. scripts/bench calls it.
+
+Usage: report.py [--add FOLDER --commit COMMIT] [--dll CPU=FILE ...]"""
 
 import argparse
 import json
@@ -16,59 +18,59 @@ import matplotlib.pyplot as plt  # noqa: E402  (after the backend was chosen)
 import matplotlib.ticker  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-DATA = ROOT / "docs/benchmarks"
+DATA = ROOT / "bench/results"
 PAGE = ROOT / "docs/benchmarks.md"
-OURS = ("cifra", "cifra-scalar")
+CHARTS = ROOT / "docs/benchmarks"
 BUILDS = {"clang": "Clang", "gcc": "GCC"}
 GCC_SHARE = 0.9  # of a goal, which is set for Clang
 MEGA = 1e6
+NO_PEERS = ("memcpy",)
 
-# Title, row, our library, smallest and largest size, the peer or None for the best one, goal.
-ANY = 1 << 40
-GOALS = [
-    ("Blowfish, 256 bytes and more", "blowfish-encrypt", "cifra", 256, ANY, None, 1.60),
-    ("Blowfish, 256 bytes and more", "blowfish-decrypt", "cifra", 256, ANY, None, 1.60),
-    ("Blowfish, 64 bytes", "blowfish-encrypt", "cifra", 64, 64, None, 1.45),
-    ("Blowfish, 64 bytes", "blowfish-decrypt", "cifra", 64, 64, None, 1.45),
-    ("Blowfish, 16 bytes", "blowfish-encrypt", "cifra", 16, 16, None, 1.25),
-    ("Blowfish, 16 bytes", "blowfish-decrypt", "cifra", 16, 16, None, 1.25),
-    ("Blowfish, 8 bytes", "blowfish-encrypt", "cifra", 8, 8, None, 1.05),
-    ("Blowfish, 8 bytes", "blowfish-decrypt", "cifra", 8, 8, None, 1.05),
-    ("Key schedule", "blowfish-key", "cifra", 0, ANY, None, 1.00),
-    ("MD5, 64 KiB and more", "md5", "cifra", 65536, ANY, None, 1.05),
-    ("MD5, 1 KiB", "md5", "cifra", 1024, 1024, None, 1.01),
-    ("MD5, 64 bytes", "md5", "cifra", 64, 64, None, 1.05),
-    ("MD5, 16 bytes", "md5", "cifra", 16, 16, None, 1.08),
-    ("Base64 without vector instructions", "base64-encode", "cifra-scalar", 0, ANY, "openssl", 2.0),
-    ("Base64 without vector instructions", "base64-decode", "cifra-scalar", 0, ANY, "openssl", 2.0),
-    ("Base64, 1 KiB and more", "base64-encode", "cifra", 1024, ANY, "openssl", 6.0),
-    ("Base64, 1 KiB and more", "base64-decode", "cifra", 1024, ANY, "openssl", 5.0),
+KIB = 1024
+FROM_64 = (64, 256, KIB, 16 * KIB, 64 * KIB, 1 << 20, 16 << 20)
+FROM_1K, FROM_16K, FROM_64K = FROM_64[2:], FROM_64[3:], FROM_64[4:]
+
+# What the kernel that a processor chooses asks of the rows of its algorithm.
+BLOWFISH_BULK = {"avx512-gather": 2.6, "avx2-gather": 2.0, "scalar": 1.5}
+MD5_BULK = {"avx512": 1.18, "scalar": 1.06}
+
+# Row, our library, peer (None: the best one), sizes, goal: how many times as fast.
+RATIO_GOALS = [
+    *[(f"blowfish-{way}", "cifra", None, sizes, goal) for way in ("encrypt", "decrypt")
+      for sizes, goal in ((FROM_1K, BLOWFISH_BULK), ((64,), 1.45), ((16,), 1.25), ((8,), 1.0))],
+    ("blowfish-key", "cifra", None, (16,), 1.0),
+    ("md5", "cifra", "openssl", FROM_16K, MD5_BULK),
+    ("md5", "cifra", None, (KIB,), 1.05),
+    ("md5", "cifra", None, (16, 64), 1.08),
+    ("base64-encode", "cifra-scalar", "openssl", FROM_64, 2.0),
+    ("base64-decode", "cifra-scalar", "openssl", FROM_64, 2.0),
+    ("base64-encode", "cifra-avx512-vbmi", "memcpy", FROM_64K, 0.5),
+]
+# Row, our library, cycles a byte by size.
+CYCLE_GOALS = [
+    ("base64-encode", "cifra-avx512-vbmi", {16: 1.1, 64: 0.33, 256: 0.14, KIB: 0.09, 64 * KIB: 0.16}),
+    ("base64-decode", "cifra-avx512-vbmi", {64: 0.6, 256: 0.26, KIB: 0.17, 64 * KIB: 0.15}),
+    ("base64-encode", "cifra-avx2", {64: 0.55, 256: 0.28, KIB: 0.20, 64 * KIB: 0.17}),
+    ("base64-decode", "cifra-avx2", {64: 0.55, 256: 0.30, KIB: 0.25, 64 * KIB: 0.22}),
 ]
 MODEL_GOALS = {
-    "Blowfish encrypt": {"N1": 6.2, "V2": 3.2},
-    "Blowfish decrypt": {"N1": 6.2, "V2": 3.2},
-    "MD5": {"N1": 4.6},
-    "Base64 encode": {"N1": 0.45},
-    "Base64 decode": {"N1": 0.60},
+    "Blowfish encrypt": {"N1": 5.7, "V2": 3.0},
+    "Blowfish decrypt": {"N1": 5.7, "V2": 3.0},
+    "MD5": {"N1": 4.5, "V2": 4.5},
+    "Base64 encode": {"N1": 0.30, "V2": 0.25},
+    "Base64 decode": {"N1": 0.52, "V2": 0.30},
 }
 HASH_FILE_GOAL = 0.90
 HASH_FILE_MEMORY = 16 << 20
-LIBRARY_BYTES = 400 << 10
+LIBRARY_BYTES = 320 << 10
 
 
 class Results:
     """The times of a run of a benchmark program: [nanoseconds] by row, library and size."""
 
-    def __init__(self, document, clock):
-        self.times, self.counters = {}, {}
-        for entry in document["benchmarks"]:
-            if entry.get("run_type") != "iteration":
-                continue
-            row, library, size = entry["run_name"].split("/")
-            scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
-            self.times.setdefault((row, library, int(size)), []).append(round(entry[clock] * scale, 3))
-            if "peakBytesAboveIdle" in entry:
-                self.counters.setdefault(row, []).append(int(entry["peakBytesAboveIdle"]))
+    def __init__(self, entries):
+        self.times = {(e["row"], e["library"], e["size"]): e["nanoseconds"] for e in entries}
+        self.peaks = {e["row"]: e["peakBytes"] for e in entries if "peakBytes" in e}
 
     def nanoseconds(self, row, library, size):
         return statistics.median(self.times[row, library, size])
@@ -78,8 +80,13 @@ class Results:
         amount = 1000 if row == "blowfish-key" else size
         return amount / self.nanoseconds(row, library, size) * 1e9 / MEGA
 
+    def cycles(self, row, library, size):
+        """Cycles a byte, by the clock that was measured along."""
+        ((_, _, cycles),) = (key for key in self.times if key[0] == "clock")
+        return self.nanoseconds(row, library, size) / self.nanoseconds("clock", "cycles", cycles) * cycles / size
+
     def rows(self):
-        return sorted({row for row, _, _ in self.times})
+        return sorted({row for row, _, _ in self.times} - {"clock"})
 
     def sizes(self, row):
         return sorted({size for r, _, size in self.times if r == row})
@@ -87,16 +94,36 @@ class Results:
     def libraries(self, row):
         """Ours first."""
         return sorted({library for r, library, _ in self.times if r == row},
-                      key=lambda library: (library not in OURS, library))
+                      key=lambda library: (not is_ours(library), library))
 
     def ratio(self, row, size, ours="cifra", peer=None):
         """How many times as fast as the peer, or the best of them, we are."""
-        peers = [peer] if peer else [library for library in self.libraries(row) if library not in OURS]
+        peers = [peer] if peer else [library for library in self.libraries(row)
+                                     if not is_ours(library) and library not in NO_PEERS]
         return min(self.nanoseconds(row, library, size) for library in peers) / self.nanoseconds(row, ours, size)
 
-    def data(self):
-        return [{"row": row, "library": library, "size": size, "nanoseconds": times}
-                for (row, library, size), times in sorted(self.times.items())]
+
+class Machine:
+    """What was measured on one kind of processor."""
+
+    def __init__(self, folder):
+        self.name = folder.name
+        documents = {file.stem: json.loads(file.read_text()) for file in folder.glob("*.json")}
+        self.context = documents["clang"]["context"]
+        self.compilers = "; ".join(documents[build]["context"]["compiler"] for build in BUILDS)
+        self.kernels = dict(part.split() for part in self.context["kernels"].split(", "))
+        self.engines = {build: Results(documents[build]["results"]) for build in BUILDS}
+        self.shipped = Results(documents["library"]["results"])
+
+    def goal(self, row, goal):
+        """A goal that depends on the kernel chosen."""
+        if not isinstance(goal, dict):
+            return goal
+        return goal[self.kernels["MD5" if row == "md5" else "Blowfish"]]
+
+
+def is_ours(library):
+    return library.startswith("cifra")
 
 
 def size_name(size):
@@ -113,61 +140,91 @@ def table(head, rows):
     return "\n".join([line(head), "|---|" + "---:|" * (len(head) - 1)] + [line(row) for row in rows])
 
 
-def mark(reached):
-    return "reached" if reached else "**missed**"
+def mark(text, reached):
+    return text if reached else f"**{text} missed**"
 
 
-def goal_rows(engines):
-    """A line for each goal, and whether all were reached with Clang."""
+def goal_cells(machine, has_row, goal_text, measure, is_reached):
+    """A goal and what each build measured; dashes where the processor has no such kernel."""
+    if not has_row(machine):
+        return ["-"] * (1 + len(BUILDS))
+    cells = [goal_text(machine)]
+    for build, results in machine.engines.items():
+        value = round(measure(results), 2)
+        cells.append(mark(f"{value:.2f}", is_reached(machine, value, GCC_SHARE if build == "gcc" else 1)))
+    return cells
+
+
+def goal_rows(machines):
+    """A line for each size of each goal, with all processors beside each other."""
     lines = []
-    for title, row, ours, smallest, largest, peer, goal in GOALS:
-        sizes = [size for size in engines["clang"].sizes(row) if smallest <= size <= largest]
-        cells = [f"{title}: {row.split('-')[-1] if '-' in row else 'digest'}", peer or "best peer", f"{goal:.2f}"]
-        for build in BUILDS:
-            worst = min(engines[build].ratio(row, size, ours, peer) for size in sizes)
-            needed = goal * (GCC_SHARE if build == "gcc" else 1)
-            cells += [f"{worst:.2f}", mark(round(worst, 2) >= round(needed, 2))]
-        lines.append(cells)
+    for row, ours, peer, sizes, goal in RATIO_GOALS:
+        for size in sizes:
+            lines.append([f"{row}, {ours}, against {peer or 'the best peer'}", size_name(size)])
+            for machine in machines:
+                lines[-1] += goal_cells(
+                    machine, lambda m: (row, ours, size) in m.engines["clang"].times,
+                    lambda m: f"{m.goal(row, goal):.2f}", lambda results: results.ratio(row, size, ours, peer),
+                    lambda m, value, share: value >= round(m.goal(row, goal) * share, 2))
+    for row, ours, goals in CYCLE_GOALS:
+        for size, goal in goals.items():
+            lines.append([f"{row}, {ours}, cycles a byte", size_name(size)])
+            for machine in machines:
+                lines[-1] += goal_cells(
+                    machine, lambda m: (row, ours, size) in m.engines["clang"].times, lambda m: f"{goal:.2f}",
+                    lambda results: results.cycles(row, ours, size),
+                    lambda m, value, share: value <= round(goal / share, 2))
     return lines
 
 
-def library_goal_rows(library, sizes):
+def library_goal_rows(machines, dlls):
     lines = []
-    for algorithm, row, rival in (("MD5", "md5", "engine"), ("SHA-256", "sha256", "library")):
-        size = library.sizes(f"{row}-file")[0]
-        share = library.speed(f"{row}-file", "library", size) / library.speed(f"{row}-update", rival, 1 << 20)
-        lines.append([f"`HashFile` of 1 GiB, {algorithm}, against memory", f"{HASH_FILE_GOAL:.2f}", f"{share:.2f}",
-                      mark(round(share, 2) >= HASH_FILE_GOAL)])
-        # The first of a process: what later ones need is there already.
-        peak = library.counters[f"{row}-file"][0]
-        lines.append([f"its memory above the idle process, {algorithm}", size_name(HASH_FILE_MEMORY),
-                      f"{peak / (1 << 20):.1f} MiB", mark(peak < HASH_FILE_MEMORY)])
-    for cpu, size in sizes.items():
-        lines.append([f"`Cifra.dll` for {cpu}, stripped", size_name(LIBRARY_BYTES), f"{size / 1024:.0f} KiB",
-                      mark(size <= LIBRARY_BYTES)])
+    for machine in machines:
+        library = machine.shipped
+        for algorithm, row, rival in (("MD5", "md5", "engine"), ("SHA-256", "sha256", "library")):
+            size = library.sizes(f"{row}-file")[0]
+            share = library.speed(f"{row}-file", "library", size) / library.speed(f"{row}-update", rival, 1 << 20)
+            lines.append([f"`HashFile` of 1 GiB, {algorithm}, against memory, {machine.name}", f"{HASH_FILE_GOAL:.2f}",
+                          mark(f"{share:.2f}", round(share, 2) >= HASH_FILE_GOAL)])
+            peak = library.peaks[f"{row}-file"]
+            lines.append([f"its memory above the idle process, {algorithm}, {machine.name}",
+                          size_name(HASH_FILE_MEMORY), mark(f"{peak / (1 << 20):.1f} MiB", peak < HASH_FILE_MEMORY)])
+    for cpu, size in dlls.items():
+        lines.append([f"`Cifra.dll` for {cpu}, stripped", size_name(LIBRARY_BYTES),
+                      mark(f"{size / 1024:.0f} KiB", size <= LIBRARY_BYTES)])
     return lines
 
 
 def model_rows(model):
     lines = []
     for entry in model:
-        cells = [entry["name"], entry["instructions"], entry["spills"]]
+        cells = [entry["name"], entry["instructions"], mark(str(entry["spills"]), entry["spills"] == 0)]
         for cpu, cycles in entry["cyclesPerByte"].items():
-            goal = MODEL_GOALS[entry["name"]].get(cpu)
-            cells.append(f"{cycles:.2f}" + (f" (goal {goal:.2f}: {mark(cycles <= goal)})" if goal else ""))
+            goal = MODEL_GOALS[entry["name"]][cpu]
+            cells += [f"{goal:.2f}", mark(f"{cycles:.2f}", cycles <= goal)]
         lines.append(cells)
     return lines
 
 
-def engine_tables(results):
+def cell(results, row, library, size, text):
+    return text(row, library, size) if (row, library, size) in results.times else ""
+
+
+def engine_tables(machine):
+    results = machine.engines["clang"]
     parts = []
     for row in results.rows():
         libraries = results.libraries(row)
         unit = "Thousand keys a second" if row == "blowfish-key" else "MB/s"
-        lines = [[size_name(size)] + [f"{results.speed(row, library, size):.0f}" for library in libraries] +
+        lines = [[size_name(size)] +
+                 [cell(results, row, library, size, lambda *key: f"{results.speed(*key):.0f}") for library in libraries] +
                  [f"{results.ratio(row, size):.2f}"] for size in results.sizes(row)]
-        parts.append(f"### {row}\n\n{unit}; the last column is Cifra over the best peer.\n\n" +
+        parts.append(f"#### {row}\n\n{unit}; the last column is `cifra`, as chosen here, over the best peer.\n\n" +
                      table(["Input"] + libraries + ["ratio"], lines))
+        if row != "blowfish-key":
+            lines = [[size_name(size)] + [cell(results, row, library, size, lambda *key: f"{results.cycles(*key):.2f}")
+                                          for library in libraries] for size in results.sizes(row)]
+            parts.append("Cycles a byte:\n\n" + table(["Input"] + libraries, lines))
     return "\n\n".join(parts)
 
 
@@ -190,50 +247,115 @@ def library_table(library):
 def chart(results, path):
     rows = [row for row in results.rows() if row != "blowfish-key"]
     libraries = list(dict.fromkeys(library for row in rows for library in results.libraries(row)))
-    color = {library: f"C{i}" for i, library in enumerate(sorted(libraries))}
+    color = {library: f"C{i % 10}" for i, library in enumerate(sorted(libraries))}
     figure, panels = plt.subplots(len(rows), 1, figsize=(8, 4 * len(rows)), layout="constrained")
     for panel, row in zip(panels, rows):
         for library in results.libraries(row):
-            width, marker, order = (2.5, "o", 3) if library in OURS else (1.2, ".", 2)
-            panel.plot(results.sizes(row), [results.speed(row, library, size) for size in results.sizes(row)],
-                       label=library, color=color[library], linewidth=width, marker=marker, zorder=order)
+            width, marker, order = (2.5, "o", 3) if library == "cifra" else (1.2, ".", 2)
+            sizes = [size for size in results.sizes(row) if (row, library, size) in results.times]
+            panel.plot(sizes, [results.speed(row, library, size) for size in sizes], label=library,
+                       color=color[library], linewidth=width, marker=marker, zorder=order,
+                       linestyle="--" if is_ours(library) and library != "cifra" else "-")
         panel.set(title=row, yscale="log", xlabel="input", ylabel="MB/s")
         panel.set_xscale("log", base=2)
         panel.set_xticks(results.sizes(row), [size_name(size) for size in results.sizes(row)], fontsize="small")
         for axis in (panel.yaxis.set_major_formatter, panel.yaxis.set_minor_formatter):
             axis(matplotlib.ticker.LogFormatter(minor_thresholds=(2, 1)))
         panel.grid(alpha=0.3)
-        panel.legend(fontsize="small")
+        panel.legend(fontsize="x-small", ncols=2)
     plt.rcParams["svg.hashsalt"] = "cifra"  # the same data gives the same file
     figure.savefig(path, metadata={"Date": None})
 
 
-def machine():
+def processor():
+    """The processor's name, and the folder of its kind: hypervisors hide the model's own name."""
     text = pathlib.Path("/proc/cpuinfo").read_text()
-    return f"{re.search(r'model name.*: (.*)', text)[1].strip()}, {text.count('processor')} cores"
+    name, family, model = (re.search(rf"^{key}\s*: (.*)$", text, re.M)[1] for key in ("model name", "cpu family", "model"))
+    short = re.sub(r"\(\w+\)|@.*|CPU|Processor", "", name)
+    slug = re.sub(r"[^a-z0-9]+", "-", f"{short} {family} {model}".lower()).strip("-")
+    return f"{name.strip()}, family {family}, model {model}", slug
 
 
 def first_line(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout.splitlines()[0]
 
 
+def stored(document, clock):
+    """The entries of a benchmark program's output, as they are kept."""
+    times, peaks = {}, {}
+    for entry in document["benchmarks"]:
+        row, library, size = entry["run_name"].split("/")
+        scale = {"ns": 1, "us": 1e3, "ms": 1e6}[entry["time_unit"]]
+        times.setdefault((row, library, int(size)), []).append(round(entry[clock] * scale, 3))
+        if "peakBytesAboveIdle" in entry:
+            # The first of a process: what later ones need is there already.
+            peaks.setdefault(row, int(entry["peakBytesAboveIdle"]))
+    return [{"row": row, "library": library, "size": size, "nanoseconds": found} |
+            ({"peakBytes": peaks[row]} if row in peaks else {}) for (row, library, size), found in sorted(times.items())]
+
+
+def add(folder, commit):
+    """Stores a run of this machine."""
+    documents = {name: json.loads((folder / f"{name}.json").read_text()) for name in ("clang", "gcc", "library")}
+    compilers = {"clang": first_line("clang++-19", "--version"), "gcc": first_line("g++", "--version")}
+    name, slug = processor()
+    context = {"processor": name, "kernels": documents["clang"]["context"]["kernels"], "commit": commit,
+               "date": documents["clang"]["context"]["date"][:10]}
+    (DATA / slug).mkdir(parents=True, exist_ok=True)
+    for kind, document in documents.items():
+        entries = stored(document, "real_time" if kind == "library" else "cpu_time")
+        lines = ",\n".join(json.dumps(entry) for entry in entries)
+        head = json.dumps(context | {"compiler": compilers.get(kind, compilers["clang"])})
+        (DATA / slug / f"{kind}.json").write_text(f'{{"context": {head},\n"results": [\n{lines}\n]}}\n')
+    (DATA / "model-arm64.json").write_text((folder / "model.json").read_text())
+
+
+def page(machines, goals, library_goals, models):
+    settings = [[machine.name, machine.context["processor"], machine.context["kernels"],
+                 machine.compilers, machine.context["commit"], machine.context["date"]] for machine in machines]
+    heads = [f"{machine.name}: {column}" for machine in machines for column in ("goal", *BUILDS.values())]
+    details = "\n\n".join(
+        f"## {machine.name}\n\n![Speed by size of the input](benchmarks/{machine.name}.svg)\n\n"
+        f"### Engines and peers, built with Clang\n\n{engine_tables(machine)}\n\n"
+        f"### The library\n\n{LIBRARY_TEXT}\n\n{library_table(machine.shipped)}" for machine in machines)
+    return PAGE_TEXT.format(
+        settings=table(["Folder", "Processor", "Kernels chosen", "Compilers", "Commit", "Date"], settings),
+        gcc_share=GCC_SHARE, goals=table(["Row", "Input"] + heads, goals),
+        library_goals=table(["", "goal", "measured"], library_goals),
+        model=table(["Loop", "instructions", "spills", "N1 goal", "N1", "V2 goal", "V2"], models), details=details)
+
+
+LIBRARY_TEXT = """`Cifra.dll` for x64 under Wine, called through its interfaces, beside the same engines called in
+place. The objects' lives include, for the hashes and the signature, the search for a `log.dll` that
+is not there."""
+
 PAGE_TEXT = """# Benchmarks
 
-Made by `scripts/bench`, which measures anew and writes this page, its [chart](benchmarks/chart.svg)
-and its raw data ([Clang](benchmarks/clang.json), [GCC](benchmarks/gcc.json),
-[the library](benchmarks/library.json), [the ARM64 model](benchmarks/model-arm64.json)).
+Made by `scripts/bench` from the raw data in [bench/results](../bench/results), a folder for each
+processor: a run on another machine adds its columns.
 
-{setting}
+{settings}
 
 The engines are the source files of `Cifra.dll`, built natively, in one process with the libraries
-that people would use instead; all are checked to give the same results first. Every row is measured
-{repetitions} times, all rows interleaved at random; what counts is the median of the processor time.
+that people would use instead; all are checked to give the same results first. All rows are measured
+several times, interleaved at random; what spreads widely is measured again, and of two runs the one
+that spreads less counts. A figure is the median of the processor time. Cycles are those of a chain of
+multiplications that is measured along, not of the nominal clock. `cifra` is the library as it runs on
+that processor; `cifra-...` is one kernel, forced; `memcpy` copies as many bytes as the row reads.
 Debian 12 has no library with vectorised Base64 to compare with.
+
+## Kernels
+
+Which kernel runs where is decided by the rules of `src/processor/KernelRules.h`, which look at the
+processor alone; `cifra version` tells the result. Base64 takes the widest instructions there are.
+Blowfish gathers only where gathers are fast, which no feature bit says: on Intel from Alder Lake and
+Sapphire Rapids on, not on AMD, not on older Intel processors whose microcode slows them down, nor on
+hybrid ones. MD5 goes to vector registers where their rotation takes one cycle, which it does on Intel.
 
 ## Goals
 
-The worst ratio of a row's sizes, by the time of the peer over ours. GCC is to reach {gcc_share:.1f} of
-each.
+Each size is judged by itself: how many times as fast as the peer, or how many cycles a byte. GCC is to
+reach {gcc_share:.1f} of each.
 
 {goals}
 
@@ -241,11 +363,13 @@ each.
 
 What bounds the rows, as found on x64:
 
-- Blowfish on many blocks is bound by arithmetic: 10.6 instructions a round and block for the four
-  units of the processor that this page was made on give 5.3 cycles a byte at best. Tried and slower:
-  bytes taken through memory instead of registers, halves in registers of their own, 4 to 7 blocks at
-  once, rotations at other places; some ninety orders of the instructions of a round differ by 12 %.
+- Blowfish on many blocks without gathers is bound by arithmetic: 10.6 instructions a round and block
+  for the four units of a Zen 4 give 5.3 cycles a byte at best. Tried and slower: bytes taken through
+  memory instead of registers, halves in registers of their own, 4 to 7 blocks at once, rotations at
+  other places; some ninety orders of the instructions of a round differ by 12 %. Gathers on Zen 4 take
+  about 1.5 times as long as the scalar form.
 - A single block, and the key schedule, are chains of look-ups that nothing can fill.
+- MD5 in vector registers takes 6.1 cycles a byte on Zen 4, where a rotation takes two cycles.
 - Base64 without vector instructions is bound by the number of instructions for encoding, and by
   arithmetic and reading alike for decoding. Tried and slower: single words stored for several look-ups
   (with Clang), all characters read by themselves or all taken out of words. Tables for pairs of
@@ -257,65 +381,32 @@ What bounds the rows, as found on x64:
 
 ARM64 is not timed, as it is emulated here: `llvm-mca` calculates the cycles of the compiler's output
 for Neoverse N1 and V2. Instructions are those of a round of one block (Blowfish), of a step (MD5), or
-of 48 bytes (Base64); bytes are those of the data, not of its Base64 text.
+of 48 bytes (Base64); cycles are those a byte of the data, not of its Base64 text.
 
 {model}
 
-## Chart
-
-![Speed by size of the input](benchmarks/chart.svg)
-
-## Engines and peers, built with Clang
-
-{engines}
-
-## The library
-
-`Cifra.dll` for x64 under Wine, called through its interfaces, beside the same engines called in
-place. The objects' lives include, for the hashes and the signature, the search for a `log.dll` that
-is not there.
-
-{library}
+{details}
 """
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    for name in ("clang", "gcc", "library", "model"):
-        parser.add_argument(f"--{name}", required=True, type=pathlib.Path, help=f"the {name} results (JSON)")
-    parser.add_argument("--commit", required=True, help="what was measured")
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--add", type=pathlib.Path, help="a folder with what was measured on this machine")
+    parser.add_argument("--commit", help="what was measured")
     parser.add_argument("--dll", action="append", default=[], metavar="CPU=FILE", help="a stripped Cifra.dll")
     arguments = parser.parse_args()
-    documents = {name: json.loads(getattr(arguments, name).read_text()) for name in ("clang", "gcc", "library", "model")}
-    engines = {name: Results(documents[name], "cpu_time") for name in BUILDS}
-    library = Results(documents["library"], "real_time")
-    sizes = {cpu: pathlib.Path(file).stat().st_size for cpu, file in (dll.split("=", 1) for dll in arguments.dll)}
-
-    DATA.mkdir(parents=True, exist_ok=True)
-    compilers = {"clang": first_line("clang++-19", "--version"), "gcc": first_line("g++", "--version")}
-    context = {"machine": machine(), "commit": arguments.commit, "date": documents["clang"]["context"]["date"][:10]}
-    for name, results in {**engines, "library": library}.items():
-        content = {**context, "compiler": compilers.get(name, compilers["clang"]), "results": results.data()}
-        text = json.dumps(content, indent=1)
-        # A line for each result, or the file would be one number a line.
-        text = re.sub(r"\s+(-?[\d.]+,?)(?=\s)", r" \1", text)
-        (DATA / f"{name}.json").write_text(text + "\n")
-    (DATA / "model-arm64.json").write_text(json.dumps(documents["model"], indent=2) + "\n")
-    chart(engines["clang"], DATA / "chart.svg")
-
-    goals = goal_rows(engines)
-    library_goals = library_goal_rows(library, sizes)
-    models = model_rows(documents["model"])
-    PAGE.write_text(PAGE_TEXT.format(
-        setting=table(["", ""], [["Machine", context["machine"]], ["Compilers", "; ".join(compilers.values())],
-                                 ["Commit", arguments.commit], ["Date", context["date"]]]),
-        repetitions=len(next(iter(engines["clang"].times.values()))), gcc_share=GCC_SHARE,
-        goals=table(["Row", "against", "goal", "Clang", "", "GCC", ""], goals),
-        library_goals=table(["", "goal", "measured", ""], library_goals),
-        model=table(["Loop", "instructions", "spills", "N1, cycles a byte", "V2, cycles a byte"], models),
-        engines=engine_tables(engines["clang"]), library=library_table(library)))
+    if arguments.add:
+        add(arguments.add, arguments.commit)
+    dlls = {cpu: pathlib.Path(file).stat().st_size for cpu, file in (dll.split("=", 1) for dll in arguments.dll)}
+    machines = [Machine(folder) for folder in sorted(DATA.iterdir()) if folder.is_dir()]
+    CHARTS.mkdir(parents=True, exist_ok=True)
+    for machine in machines:
+        chart(machine.engines["clang"], CHARTS / f"{machine.name}.svg")
+    goals, library_goals = goal_rows(machines), library_goal_rows(machines, dlls)
+    models = model_rows(json.loads((DATA / "model-arm64.json").read_text()))
+    PAGE.write_text(page(machines, goals, library_goals, models))
     for cells in goals + library_goals + models:
-        print("  ".join(f"{cell}" for cell in cells))
+        print("  ".join(str(text) for text in cells))
 
 
 if __name__ == "__main__":
