@@ -30,6 +30,8 @@ struct TrustScript::State {
     certificate.cbStruct = sizeof(certificate);
     certificate.pCert = &context;
     context.pCertInfo = &info;
+    context.pbCertEncoded = const_cast<BYTE*>(scripted.certificate.data());
+    context.cbCertEncoded = static_cast<DWORD>(scripted.certificate.size());
     info.Issuer = Blob(scripted.issuer);
     info.Subject = Blob(scripted.subject);
     info.SerialNumber = Blob(scripted.serial);

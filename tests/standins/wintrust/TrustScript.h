@@ -25,7 +25,8 @@ struct ScriptedSignature {
   bool hasCertificate = true;
   std::vector<BYTE> issuer;  // encoded names, see EncodedName
   std::vector<BYTE> subject;
-  std::vector<BYTE> serial;  // least significant byte first
+  std::vector<BYTE> serial;       // least significant byte first
+  std::vector<BYTE> certificate;  // encoded; what it says is not looked at here
   std::vector<CounterSigner> counterSigners;
 };
 

@@ -293,6 +293,8 @@ Command::Option Command::Flag(const char* names, bool& value, const std::string&
   return app.add_flag(names, value, help);
 }
 
+void Command::Hide(Option option) { option->group(""); }
+
 void Command::AtMostOne(std::initializer_list<Option> options) {
   for (const Option option : options) {
     for (const Option other : options) {

@@ -41,6 +41,8 @@ class Command {
   Option Choice(const char* names, std::string& value, std::vector<std::string> choices,
                 const std::string& help);
   Option Flag(const char* names, bool& value, const std::string& help);
+  // Leaves an option out of the help: it is not for users.
+  void Hide(Option option);
   // Of these the user may give one.
   void AtMostOne(std::initializer_list<Option> options);
   // What the help says below the options.

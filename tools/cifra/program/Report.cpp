@@ -8,9 +8,9 @@
 
 namespace client {
 
-Command::Option AddFormatOption(Command& command, std::string& format) {
-  return command.Choice("--format", format, {kTextFormat, kJsonFormat, kCsvFormat},
-                        "How to write the results");
+Command::Option AddFormatOption(Command& command, std::string& format,
+                                std::vector<std::string> formats) {
+  return command.Choice("--format", format, std::move(formats), "How to write the results");
 }
 
 namespace {

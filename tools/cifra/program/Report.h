@@ -14,7 +14,9 @@ inline constexpr char kJsonFormat[] = "json";
 inline constexpr char kCsvFormat[] = "csv";
 
 // Adds the option --format.
-Command::Option AddFormatOption(Command& command, std::string& format);
+Command::Option AddFormatOption(Command& command, std::string& format,
+                                std::vector<std::string> formats = {kTextFormat, kJsonFormat,
+                                                                    kCsvFormat});
 
 // A line of comma-separated values after RFC 4180, its end included: UTF-8, and harmless to
 // spreadsheets, where an apostrophe before =, +, - and @ makes a field text.

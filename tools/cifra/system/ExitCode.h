@@ -15,14 +15,19 @@ enum class ExitCode : int {
   kNoLibrary = 7,    // Cifra.dll is missing or cannot be used
   kInternal = 8,     // anything else
 
-  // Verdicts on signatures, the gravest first.
+  // Verdicts on signatures; which of several is the program's is said in verify/Verdict.h.
   kDamaged = 10,
-  kRevoked = 11,
+  kRevoked = 11,  // or explicitly distrusted
   kUntrustedRoot = 12,
   kExpired = 13,
   kNotTrusted = 14,
   kUnsigned = 15,
   kRevocationUnknown = 16,
+  kCrashed = 17,      // the platform crashed while it verified a file
+  kWrongSigner = 18,  // trusted, but signed by none of the wanted certificates
+  kNoTimestamp = 19,  // trusted, but without the wanted time stamp
+  kWeakDigest = 20,   // trusted, but with a weaker digest than wanted
+  kNotSignable = 21,  // of a kind that holds no signature
 };
 
 }  // namespace client

@@ -1,6 +1,7 @@
 #include "verify/SignatureReader.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "Cifra/IDigitalSignature.h"
 #include "program/CifraLibrary.h"
@@ -12,16 +13,22 @@
 namespace client {
 namespace {
 
-// Notes the result of each signature and, by its position, whether a chain was handed out for it.
+// Notes the result of each signature, its certificate and, by its position, whether a chain was
+// handed out for it.
 class Observer final : public Cifra::ISignatureObserver {
  public:
   struct Seen {
     std::int32_t result = 0;
     bool hasChain = false;
+    std::vector<std::uint8_t> certificate;  // encoded
   };
 
-  void OnVerifyResult(std::int32_t result) override { seen.push_back({result, false}); }
-  void OnCertificate(const _CERT_CONTEXT*) override {}
+  void OnVerifyResult(std::int32_t result) override { seen.push_back({result, false, {}}); }
+  // The certificate is the platform's, and gone after this call.
+  void OnCertificate(const CERT_CONTEXT* certificate) override {
+    const std::span encoded(certificate->pbCertEncoded, certificate->cbCertEncoded);
+    seen.back().certificate.assign(encoded.begin(), encoded.end());
+  }
   void OnSignatureDone() override { seen.back().hasChain = true; }
 
   std::vector<Seen> seen;
@@ -74,42 +81,74 @@ std::optional<Signer> SignerFrom(const Cifra::Chain& chain) {
                 Utf8(certificate.serial)};
 }
 
+std::vector<Observer::Seen> Verify(const CifraLibrary& library, const ListedFile& file,
+                                   bool isOnline, kx::List<Cifra::Chain>& chains) {
+  Observer observer;
+  const CifraObject<Cifra::IDigitalSignature> verifier(library, Cifra::kDigitalSignatureObjectId);
+  verifier->SetObserver(&observer);
+  const DWORD error = verifier->GetDigitalSignature(file.Path().c_str(), chains, isOnline);
+  if (error != kCifraSuccess) {
+    throw Failure::OfSystem(ExitCode::kCannotRead, ToUtf8(file.name), "cannot open", error);
+  }
+  if (observer.seen.empty()) {
+    throw Failure(ExitCode::kInternal, ToUtf8(file.name) + ": the library verified nothing");
+  }
+  return std::move(observer.seen);
+}
+
+// A message that holds another certificate than the verified one is not this signature's.
+bool IsOf(const std::optional<MessageFacts>& message,
+          const std::optional<CertificateFacts>& certificate) {
+  return message &&
+         (!certificate || !message->signer || message->signer->sha256 == certificate->sha256);
+}
+
+void AddFindings(Signature& signature, const Observer::Seen& seen, const SignedMessage* message,
+                 bool wantsChain) {
+  signature.certificate = ReadCertificate(seen.certificate);
+  signature.message = message ? message->Facts() : std::nullopt;
+  if (!IsOf(signature.message, signature.certificate)) {
+    signature.message.reset();
+    message = nullptr;
+  }
+  if (wantsChain && signature.certificate) {
+    signature.chain = BuildChain(seen.certificate, message ? message->Certificates() : nullptr,
+                                 signature.timestamp);
+  }
+}
+
 }  // namespace
 
 std::string Signature::Position() const {
   return index == 0 ? "primary" : "secondary " + std::to_string(index);
 }
 
-std::vector<Signature> ReadSignatures(const CifraLibrary& library, const ListedFile& file,
-                                      bool isOnline) {
-  const std::wstring path = file.Path();
-  if (IsFolder(path)) {
+FileSignatures ReadSignatures(const CifraLibrary& library, const ListedFile& file,
+                              const ReadingOptions& options) {
+  if (IsFolder(file.Path())) {
     throw Failure(ExitCode::kCannotRead, ToUtf8(file.name) + ": is a directory");
   }
-  Observer observer;
   kx::List<Cifra::Chain> chains;
-  const CifraObject<Cifra::IDigitalSignature> verifier(library, Cifra::kDigitalSignatureObjectId);
-  verifier->SetObserver(&observer);
-  const DWORD error = verifier->GetDigitalSignature(path.c_str(), chains, isOnline);
-  if (error != kCifraSuccess) {
-    throw Failure::OfSystem(ExitCode::kCannotRead, ToUtf8(file.name), "cannot open", error);
-  }
-  std::vector<Signature> signatures;
+  const std::vector<Observer::Seen> verified = Verify(library, file, options.isOnline, chains);
+  const std::vector<SignedMessage> messages = ReadMessages(file.Path());
+  FileSignatures found{{}, messages.size()};
   const std::vector<const Cifra::Chain*> given = Elements(chains);
   auto chain = given.begin();
-  for (const Observer::Seen& seen : observer.seen) {
-    Signature signature{signatures.size(), ExplainTrustResult(seen.result), std::nullopt, 0};
+  for (const Observer::Seen& seen : verified) {
+    const std::size_t index = found.verified.size();
+    Signature signature;
+    signature.index = index;
+    signature.result = ExplainTrustResult(seen.result);
     if (seen.hasChain && chain != given.end()) {
       signature.signer = SignerFrom(**chain);
       signature.timestamp = (*chain)->timestamp;
       ++chain;
     }
-    signatures.push_back(std::move(signature));
+    AddFindings(signature, seen, index < messages.size() ? &messages[index] : nullptr,
+                options.wantsChain);
+    found.verified.push_back(std::move(signature));
   }
-  if (signatures.empty()) {
-    throw Failure(ExitCode::kInternal, ToUtf8(file.name) + ": the library verified nothing");
-  }
-  return signatures;
+  return found;
 }
 
 }  // namespace client

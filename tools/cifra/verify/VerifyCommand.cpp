@@ -2,12 +2,22 @@
 
 #include <algorithm>
 #include <memory>
+#include <set>
+#include <sstream>
 
 #include "program/CifraLibrary.h"
+#include "program/JobsOption.h"
+#include "program/Progress.h"
+#include "program/Report.h"
 #include "system/Failure.h"
 #include "system/FileList.h"
+#include "system/OrderedWork.h"
 #include "system/Problems.h"
+#include "verify/Policy.h"
+#include "verify/TimeText.h"
 #include "verify/VerifyReport.h"
+#include "verify/Worker.h"
+#include "verify/WorkerProcess.h"
 
 namespace client {
 namespace {
@@ -15,38 +25,157 @@ namespace {
 struct Options {
   std::vector<std::string> files;
   bool isRecursive = false;
-  bool isOnline = false;
+  bool takesAll = false;
+  std::string only;
+  std::vector<std::string> signers;
+  Policy policy;
+  WorkerOptions worker;
+  bool usesNoCatalog = false;
+  bool isWorker = false;
+  JobsOption jobs;
+  std::string progress = kAutoProgress;
   std::string format = kTextFormat;
 };
 
-ExitCode Run(const Options& options) {
+[[noreturn]] void FailUsage(const std::string& what) {
+  throw Failure(ExitCode::kUsage, what, "See: cifra verify --help");
+}
+
+std::set<Verdict> WantedVerdicts(const std::string& list) {
+  std::set<Verdict> wanted;
+  std::istringstream names(list);
+  for (std::string name; std::getline(names, name, ',');) {
+    const std::optional<Verdict> verdict = VerdictNamed(name);
+    if (!verdict) {
+      FailUsage("--only: there is no verdict " + name);
+    }
+    wanted.insert(*verdict);
+  }
+  return wanted;
+}
+
+void Check(Options& options) {
   if (options.files.empty()) {
-    throw Failure(ExitCode::kUsage, "no FILE given", "See: cifra verify --help");
+    FailUsage("no FILE given");
   }
   if (std::ranges::find(options.files, "-") != options.files.end()) {
-    throw Failure(ExitCode::kUsage, "verify needs files and cannot read standard input",
-                  "See: cifra verify --help");
+    FailUsage("verify needs files and cannot read standard input");
   }
-  const CifraLibrary library;
-  Problems problems;
-  const std::vector<ListedFile> files = FileList(options.files, options.isRecursive, problems);
-  VerifyReport report(options.format);
-  for (const ListedFile& file : files) {
-    VerifyOutcome outcome{file.Shown(), {}, ""};
-    try {
-      outcome.signatures = ReadSignatures(library, file, options.isOnline);
-      problems.Add(outcome.Verdict());
-    } catch (const Failure& failure) {
-      if (failure.Code() != ExitCode::kCannotRead) {
-        throw;
-      }
-      problems.Report(failure);
-      outcome.error = failure.what();
+  for (const std::string& signer : options.signers) {
+    if (!options.policy.AddSigner(signer)) {
+      FailUsage("--signer: " + signer + " is no SHA-256 or SHA-1 thumbprint");
     }
-    report.Add(outcome);
   }
-  report.End();
-  return problems.Result();
+}
+
+std::string Now() {
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  return TimeText(now);
+}
+
+class Run {
+ public:
+  explicit Run(const Options& given)
+      : options(given), report(given.format, WantedVerdicts(given.only)) {}
+
+  ExitCode Go() {
+    const std::unique_ptr<CifraLibrary> library = Begin();
+    VerifyAll(FileList(options.files, options.isRecursive, problems));
+    report.End(nullptr);
+    const Verdict gravest = report.Counts().Gravest();
+    return gravest == Verdict::kTrusted ? problems.Result() : ExitCodeOf(gravest);
+  }
+
+  // Leaves a whole document when the run ends early.
+  ExitCode GoAndClose() {
+    try {
+      return Go();
+    } catch (const Failure& failure) {
+      Close(failure.Code(), failure.Message());
+      throw;
+    } catch (const std::exception& error) {
+      Close(ExitCode::kInternal, error.what());
+      throw;
+    }
+  }
+
+ private:
+  std::unique_ptr<CifraLibrary> Begin() {
+    RunFacts facts{.time = Now(),
+                   .dllVersion = "",
+                   .dllPath = "",
+                   .isOnline = options.worker.reading.isOnline,
+                   .usesCatalogs = options.worker.usesCatalogs,
+                   .policy = options.policy};
+    std::unique_ptr<CifraLibrary> library;
+    try {
+      library = std::make_unique<CifraLibrary>();
+    } catch (const Failure&) {
+      report.Begin(facts);
+      throw;
+    }
+    facts.dllVersion = library->Version();
+    facts.dllPath = ToUtf8(library->Path());
+    report.Begin(facts);
+    return library;
+  }
+
+  void VerifyAll(const std::vector<ListedFile>& files) {
+    Progress progress(options.progress, [&files] { return TotalSize(files); });
+    const auto next = [&, file = files.begin()]() mutable -> std::optional<Job> {
+      if (file == files.end()) {
+        return std::nullopt;
+      }
+      const ListedFile& listed = *file++;
+      return Job{listed, listed.isFound && options.isRecursive && !options.takesAll};
+    };
+    const auto makeWorker = [this] {
+      return [verifier = std::make_shared<FileVerifier>(options.worker)](const Job& job) {
+        return verifier->Verify(job);
+      };
+    };
+    OrderedWork<Job, Record>::Run(options.jobs.Or(ProcessorCount()), next, makeWorker,
+                                  [&](const Job& job, const Record& record) {
+                                    progress.Add(SizeOf(job.file));
+                                    const Progress::Pause pause = progress.Hide();
+                                    Take(job.file, record);
+                                  });
+  }
+
+  void Take(const ListedFile& file, const Record& record) {
+    if (record.is_null()) {
+      report.PassOver();
+      return;
+    }
+    Record named{{"file", file.Shown()}};
+    named.update(record);
+    if (VerdictOf(named) == Verdict::kCannotOpen) {
+      problems.Report({ExitCode::kCannotRead, TextOf(named.at("meaning"))});
+    }
+    options.policy.ApplyTo(named);
+    report.Add(named);
+  }
+
+  void Close(ExitCode code, const std::string& message) {
+    const RunFailure failure{code, message};
+    if (code != ExitCode::kCannotWrite) {
+      report.End(&failure);
+    }
+  }
+
+  const Options& options;
+  Problems problems;
+  VerifyReport report;
+};
+
+ExitCode RunVerify(Options options) {
+  options.worker.usesCatalogs = !options.usesNoCatalog;
+  if (options.isWorker) {
+    return RunWorker(options.worker);
+  }
+  Check(options);
+  return Run(options).GoAndClose();
 }
 
 }  // namespace
@@ -55,11 +184,28 @@ void AddVerifyCommand(Program& program) {
   const auto options = std::make_shared<Options>();
   Command command = program.Add("verify", "Verify the signatures of files and show who signed");
   command.Arguments("FILE", options->files, "Files, or patterns with * and ?");
-  command.Flag("-r,--recursive", options->isRecursive, "For a folder, take all the files below it");
-  command.Flag("--online", options->isOnline,
+  command.Flag("-r,--recursive", options->isRecursive,
+               "For a folder, take the files below it that can hold a signature");
+  command.Flag("--all", options->takesAll, "With -r, take files of every kind");
+  command.Text("--only", options->only, "VERDICTS",
+               "Show only files of these verdicts, with commas between them");
+  command.Flag("--online", options->worker.reading.isOnline,
                "When a signature fails with the revocation data that this computer has, verify "
                "once more and fetch such data from the network");
-  AddFormatOption(command, options->format);
+  command.Flag("--no-catalog", options->usesNoCatalog,
+               "Do not look unsigned files up in this computer's catalogs");
+  command.Flag("--chain", options->worker.reading.wantsChain,
+               "Show the certificates up to the root, as this computer has them");
+  command.Texts("--signer", options->signers, "THUMBPRINT",
+                "Demand that one of these certificates signed, by SHA-256 or SHA-1");
+  command.Flag("--require-timestamp", options->policy.needsTimestamp,
+               "Demand a verified time stamp");
+  command.Choice("--min-digest", options->policy.minDigest, {"sha1", "sha256", "sha384", "sha512"},
+                 "Demand a digest at least as strong");
+  AddJobsOption(command, options->jobs, "as many as there are processors");
+  AddProgressOption(command, options->progress);
+  command.Hide(command.Flag("--worker", options->isWorker, ""));
+  AddFormatOption(command, options->format, {kTextFormat, kJsonFormat, kCsvFormat, kHtmlFormat});
   command.Explain(
       R"(The verdict on each signature is the system's, for its users and settings. A
 file is as good as the worst of its signatures. Each file is verified by an
@@ -75,7 +221,7 @@ Examples:
   cifra verify setup.exe
   cifra verify --online -r "C:\Program Files\Tools"
   cifra verify --format json *.dll)");
-  command.OnRun([options] { return Run(*options); });
+  command.OnRun([options] { return RunVerify(*options); });
 }
 
 }  // namespace client

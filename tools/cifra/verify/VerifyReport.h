@@ -1,35 +1,86 @@
 #pragma once
 
+#include <map>
+#include <memory>
+#include <set>
 #include <string>
-#include <vector>
 
-#include "program/Report.h"
-#include "verify/SignatureReader.h"
+#include "verify/Policy.h"
+#include "verify/VerifyRecord.h"
 
 namespace client {
 
-// What became of one file: its signatures, or why it could not be opened.
-struct VerifyOutcome {
-  std::string file;
-  std::vector<Signature> signatures;
-  std::string error;
+inline constexpr char kHtmlFormat[] = "html";
 
-  // The gravest result of all signatures; null when the file could not be opened.
-  const TrustResult* Gravest() const;
-  ExitCode Verdict() const;
+// What holds for all files of a run.
+struct RunFacts {
+  std::string time;        // at which it began, ISO 8601 in UTC
+  std::string dllVersion;  // empty: unknown
+  std::string dllPath;     // empty: the library could not be loaded
+  bool isOnline = false;
+  bool usesCatalogs = true;
+  Policy policy;
 };
 
-// VerifyReport writes outcomes to standard output as they come, and a summary.
+// How many files there were, by verdict.
+struct Summary {
+  std::size_t files = 0;
+  std::map<Verdict, std::size_t> verdicts;
+  std::size_t passedOver = 0;  // of kinds that hold no signature
+
+  std::size_t Count(Verdict verdict) const;
+  // The gravest verdict of all files.
+  Verdict Gravest() const;
+  // Such as "Files: 2, trusted: 1, unsigned: 1".
+  std::string Text() const;
+};
+
+// What ended a run before its end.
+struct RunFailure {
+  ExitCode code;
+  std::string message;
+};
+
+// ReportWriter writes a run in one format to standard output. End comes last, whatever happened,
+// and leaves a whole document.
+class ReportWriter {
+ public:
+  virtual ~ReportWriter() = default;
+  virtual void Begin(const RunFacts& facts) = 0;
+  virtual void Add(const Record& record) = 0;
+  virtual void End(const Summary& summary, const RunFailure* failure) = 0;
+};
+
+std::unique_ptr<ReportWriter> MakeTextWriter();
+std::unique_ptr<ReportWriter> MakeJsonWriter();
+std::unique_ptr<ReportWriter> MakeCsvWriter();
+std::unique_ptr<ReportWriter> MakeHtmlWriter();
+
+// VerifyReport counts the files of a run and shows those whose verdict is wanted.
 class VerifyReport {
  public:
-  explicit VerifyReport(const std::string& wantedFormat);
-  void Add(const VerifyOutcome& outcome);
-  void End();
+  // Without wanted verdicts all files are shown.
+  VerifyReport(const std::string& format, std::set<Verdict> shownVerdicts);
+
+  void Begin(const RunFacts& facts) { writer->Begin(facts); }
+  void Add(const Record& record);
+  void PassOver() { ++summary.passedOver; }
+  void End(const RunFailure* failure) { writer->End(summary, failure); }
+
+  const Summary& Counts() const { return summary; }
 
  private:
-  std::string format;
-  JsonArray json;
-  std::vector<ExitCode> verdicts;
+  std::unique_ptr<ReportWriter> writer;
+  std::set<Verdict> shown;
+  Summary summary;
 };
+
+// A distinguished name of the library's as one text, such as CN=A, O="B, C".
+std::string NameText(const Record& name);
+// A text of a record; empty for null.
+std::string TextOf(const Record& value);
+// Such as "RSA, 2048 bits".
+std::string KeyText(const Record& key);
+std::string Joined(const Record& texts, const char* separator);
 
 }  // namespace client

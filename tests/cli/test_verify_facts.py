@@ -1,0 +1,148 @@
+"""verify with the system's own trust service: what the client reads from signed files is what openssl and
+osslsigncode read from them."""
+
+import datetime
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+import jsonschema
+import pytest
+
+from conftest import Client
+
+ROOT = pathlib.Path(__file__).parents[2]
+SCHEMA = ROOT / "docs/schema/verify.json"
+sys.path.insert(0, str(ROOT / "tests/fixtures"))
+import make_fact_files  # noqa: E402  (found by the line above)
+
+
+def tool(*arguments):
+    return subprocess.run([str(a) for a in arguments], capture_output=True, text=True, check=True).stdout
+
+
+@pytest.fixture(scope="module")
+def found(tmp_path_factory):
+    """All files, with one run's records of them by name."""
+    folder = tmp_path_factory.mktemp("facts")
+    subprocess.run([sys.executable, ROOT / "tests/fixtures/make_fact_files.py", folder], check=True)
+    changed = bytearray((folder / "rsa.exe").read_bytes())
+    changed[0x300] ^= 1
+    (folder / "changed.exe").write_bytes(changed)
+    (folder / "read.me").write_text("text")
+    binaries = folder / "bin"
+    binaries.mkdir()
+    program = pathlib.Path(os.environ["CIFRA_PROGRAM"])
+    for file in (program, program.parent / "Cifra.dll", os.environ["CIFRA_STANDIN_NAMES"]):
+        shutil.copy(file, binaries)
+    client = Client(folder, binaries / program.name)
+    names = sorted(path.name for path in folder.iterdir() if path.is_file())
+    result = client("verify", *names, "--chain", "--format", "json")
+    document = json.loads(result.text)
+    jsonschema.validate(document, json.loads(SCHEMA.read_text()))
+    return folder, {file["file"]: file for file in document["files"]}
+
+
+def iso(openssl_time):
+    time = datetime.datetime.strptime(openssl_time, "%b %d %H:%M:%S %Y %Z")
+    return time.strftime("%Y-%m-%dT%H:%M:%SZ")
+
+
+def openssl_reading(certificate):
+    """What openssl reads from a certificate, in the client's form."""
+    fields = dict(line.split("=", 1) for line in tool(
+        "openssl", "x509", "-in", certificate, "-noout", "-serial", "-dates", "-nameopt",
+        "RFC2253,-esc_msb,utf8,-dn_rev,sep_comma_plus_space", "-subject", "-issuer").splitlines())
+    text = tool("openssl", "x509", "-in", certificate, "-noout", "-text")
+    thumbprints = {name: tool("openssl", "x509", "-in", certificate, "-noout", "-fingerprint", f"-{name}")
+                   .strip().split("=")[1].replace(":", "").lower() for name in ("sha256", "sha1")}
+    curve = re.search(r"ASN1 OID: (\S+)", text)
+    return {
+        "serial": fields["serial"].lower(),
+        "validFrom": iso(fields["notBefore"]),
+        "validTo": iso(fields["notAfter"]),
+        "key": {"type": "EC" if curve else "RSA", "bits": int(re.search(r"Public-Key: \((\d+) bit\)", text)[1]),
+                "curve": curve[1] if curve else None},
+        "signatureAlgorithm": re.search(r"Signature Algorithm: (\S+)", text)[1],
+        **thumbprints,
+    }
+
+
+def signature_of(file, index=0):
+    return file["signatures"][index]["client"]
+
+
+SIGNERS = {"rsa.exe": "rsa", "p256.exe": "p256", "p384.exe": "p384", "p521.exe": "p521", "stamped.exe": "rsa",
+           "old-stamped.exe": "rsa", "signed.cab": "rsa", "signed.msi": "rsa", "changed.exe": "rsa"}
+
+
+def test_certificates_are_read_as_openssl_reads_them(found):
+    folder, files = found
+    for name, signer in SIGNERS.items():
+        certificate = signature_of(files[name])["certificate"]
+        expected = openssl_reading(folder / f"work/{signer}.pem")
+        assert {key: certificate[key] for key in expected} == expected, name
+        usages = ["codeSigning"] + (["1.2.3.4.5"] if signer == "rsa" else [])
+        assert certificate["extendedKeyUsages"] == usages
+        # In the certificate's order, quoted as the platform does.
+        assert certificate["subject"] == f'C=DE, O="Fabrikam, Inc.", OU=B, OU=A, CN=Prüfer {signer}'
+        assert certificate["issuer"] == certificate["subject"]
+
+
+def test_messages_are_read_as_osslsigncode_reads_them(found):
+    folder, files = found
+    for name in ("rsa.exe", "p256.exe", "p384.exe", "p521.exe", "stamped.exe", "old-stamped.exe", "signed.msi"):
+        text = subprocess.run(["osslsigncode", "verify", "-in", folder / name], capture_output=True, text=True,
+                              check=False).stdout
+        message = signature_of(files[name])["message"]
+        assert message["fileDigest"] == re.search(r"Message digest algorithm\s*: (\S+)", text)[1].lower()
+        assert message["digest"] == re.search(r"^Message digest algorithm: (\S+)", text, re.M)[1].lower()
+        stamp = message["timestamp"]
+        claimed = re.search(r"Timestamp time: (.*)", text)
+        assert stamp["time"] == (iso(claimed[1].strip()) if claimed else None)
+        kinds = {"stamped.exe": "RFC 3161", "old-stamped.exe": "Authenticode", "signed.msi": "RFC 3161"}
+        assert stamp["kind"] == kinds.get(name, "none")
+        if claimed:
+            expected = openssl_reading(folder / "work/stamper.pem")
+            assert {key: stamp["authority"][key] for key in expected} == expected
+            assert stamp["authority"]["subject"] == "O=Contoso, CN=Old Stamper"
+    message = signature_of(files["rsa.exe"])["message"]
+    assert (message["programName"], message["url"]) == (make_fact_files.PROGRAM, make_fact_files.URL)
+
+
+def test_kinds_are_told_by_content_and_scripts_by_name(found):
+    _, files = found
+    kinds = {name: file["kind"] for name, file in files.items()}
+    assert (kinds["rsa.exe"], kinds["signed.msi"], kinds["signed.cab"]) == ("PE", "MSI", "CAB")
+    assert (kinds["unsigned.msi"], kinds["unsigned.ps1"], kinds["read.me"]) == ("MSI", "script", None)
+    for kind in ("exe", "msi", "cab", "ps1"):
+        assert files[f"unsigned.{kind}"]["verdict"] == "unsigned"
+    assert files["read.me"]["verdict"] == "not signable"
+
+
+def test_what_cannot_be_told_is_unknown_and_never_none(found):
+    _, files = found
+    # Seen: the signature holds no time stamp.
+    assert files["rsa.exe"]["signatures"][0]["timestamp"] == "none"
+    # Wine verifies no time stamps: there is one, and nobody knows whether it is good.
+    assert files["stamped.exe"]["signatures"][0]["timestamp"] in ("unknown", "2023-11-14T22:15:00.000Z")
+    assert files["nested.exe"]["signaturesFound"] == 2
+
+
+def test_a_changed_file_still_tells_who_signed_it(found):
+    _, files = found
+    file = files["changed.exe"]
+    assert (file["verdict"], file["code"]) == ("damaged", "0x80096010")
+    # Where the platform gives no certificate out, the one in the file is shown as that.
+    assert signature_of(file)["certificate"]["from"] in ("file", "verification")
+
+
+def test_the_chain_is_the_platforms_with_its_errors(found):
+    folder, files = found
+    [element] = signature_of(files["rsa.exe"])["chain"]
+    assert element["sha256"] == openssl_reading(folder / "work/rsa.pem")["sha256"]
+    assert all(isinstance(error, str) for error in element["errors"])

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+
+namespace client {
+
+// Times as ISO 8601 in UTC. Without milliseconds:
+std::string TimeText(const FILETIME& time);
+// With milliseconds, counted since 1970. The library cannot tell times before 1970 apart: they come
+// as negative numbers, modulo 2^64, and give "unknown".
+std::string TimeText(std::uint64_t milliseconds);
+
+}  // namespace client

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "system/ExitCode.h"
+#include "verify/SignatureReader.h"
+
+namespace client {
+
+struct WorkerOptions {
+  ReadingOptions reading;
+  bool usesCatalogs = true;
+};
+
+// RunWorker verifies the files that standard input names, until it ends, and writes a record of
+// each one to standard output: a file on which the platform crashes ends this process and no other.
+ExitCode RunWorker(const WorkerOptions& options);
+
+}  // namespace client

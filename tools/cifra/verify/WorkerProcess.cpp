@@ -1,0 +1,153 @@
+#include "verify/WorkerProcess.h"
+
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "system/Failure.h"
+
+namespace client {
+namespace {
+
+constexpr std::size_t kMostFiles = 500;
+
+[[noreturn]] void Fail(const char* what) {
+  throw Failure::OfSystem(ExitCode::kInternal, "verification", what);
+}
+
+struct Pipe {
+  FileHandle read;
+  FileHandle write;
+
+  Pipe() {
+    HANDLE ends[2] = {};
+    if (!CreatePipe(&ends[0], &ends[1], nullptr, 0)) {
+      Fail("cannot create a pipe");
+    }
+    read.reset(ends[0]);
+    write.reset(ends[1]);
+  }
+};
+
+std::wstring ThisProgram() {
+  std::wstring path(MAX_PATH, L'\0');
+  DWORD length = 0;
+  while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
+         path.size()) {
+    path.resize(path.size() * 2);
+  }
+  path.resize(length);
+  return path;
+}
+
+// The attribute of a new process that names the handles which it inherits: without it every
+// process would get the pipes of those that are started at the same time.
+class InheritedHandles {
+ public:
+  explicit InheritedHandles(std::array<HANDLE, 2> wanted) : handles(wanted) {
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    memory.resize(size);
+    if (!InitializeProcThreadAttributeList(List(), 1, 0, &size)) {
+      Fail("cannot prepare a process");
+    }
+    if (!UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
+                                   sizeof(handles), nullptr, nullptr)) {
+      DeleteProcThreadAttributeList(List());
+      Fail("cannot prepare a process");
+    }
+  }
+  ~InheritedHandles() { DeleteProcThreadAttributeList(List()); }
+  InheritedHandles(const InheritedHandles&) = delete;
+  InheritedHandles& operator=(const InheritedHandles&) = delete;
+
+  LPPROC_THREAD_ATTRIBUTE_LIST List() {
+    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
+  }
+
+ private:
+  std::array<HANDLE, 2> handles;
+  std::vector<unsigned char> memory;
+};
+
+Record CrashRecord(DWORD code) {
+  return RecordOf(Verdict::kCrashed, code,
+                  "the process that verified the file ended with " + CodeText(code));
+}
+
+}  // namespace
+
+WorkerProcess::WorkerProcess(const WorkerOptions& options) {
+  Pipe jobs;
+  Pipe records;
+  std::wstring commandLine = L"cifra verify --worker";
+  commandLine += options.reading.isOnline ? L" --online" : L"";
+  commandLine += options.reading.wantsChain ? L" --chain" : L"";
+  commandLine += options.usesCatalogs ? L"" : L" --no-catalog";
+  Start(commandLine, jobs.read.get(), records.write.get());
+  toProcess = std::move(jobs.write);
+  fromProcess = std::move(records.read);
+}
+
+void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE output) {
+  for (const HANDLE end : {input, output}) {
+    SetHandleInformation(end, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+  }
+  InheritedHandles inherited({input, output});
+  STARTUPINFOEXW startup{};
+  startup.StartupInfo.cb = sizeof(startup);
+  startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+  startup.StartupInfo.hStdInput = input;
+  startup.StartupInfo.hStdOutput = output;
+  startup.lpAttributeList = inherited.List();
+  std::wstring line = commandLine;
+  PROCESS_INFORMATION started{};
+  if (!CreateProcessW(ThisProgram().c_str(), line.data(), nullptr, nullptr, TRUE,
+                      EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo,
+                      &started)) {
+    Fail("cannot start a process");
+  }
+  process.reset(started.hProcess);
+  FileHandle thread(started.hThread);
+}
+
+std::optional<std::string> WorkerProcess::Ask(const Job& job) {
+  ++asked;
+  return WritePacket(toProcess.get(), job.Packet()) ? ReadPacket(fromProcess.get()) : std::nullopt;
+}
+
+DWORD WorkerProcess::EndCode() const {
+  DWORD code = 0;
+  WaitForSingleObject(process.get(), INFINITE);
+  GetExitCodeProcess(process.get(), &code);
+  return code;
+}
+
+Record FileVerifier::Verify(const Job& job) {
+  for (;;) {
+    if (!process) {
+      process = std::make_unique<WorkerProcess>(options);
+    }
+    const bool isFirst = process->Asked() == 0;
+    const std::optional<std::string> packet = process->Ask(job);
+    if (!packet) {
+      const std::unique_ptr<WorkerProcess> ended = std::move(process);
+      // What an earlier file damaged is not this one's fault: it gets a process of its own.
+      if (isFirst) {
+        return CrashRecord(ended->EndCode());
+      }
+      continue;
+    }
+    if (process->Asked() >= kMostFiles) {
+      process.reset();
+    }
+    Record record = Record::parse(*packet);
+    if (const auto failure = record.find("failure"); failure != record.end()) {
+      throw Failure(static_cast<ExitCode>(failure->at("code").get<int>()),
+                    failure->at("message").get<std::string>());
+    }
+    return record;
+  }
+}
+
+}  // namespace client
