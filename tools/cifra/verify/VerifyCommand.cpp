@@ -212,15 +212,27 @@ file is as good as the worst of its signatures. Each file is verified by an
 object of the library made for it alone, because such an object counts a file as
 signed once it has seen any trusted one: no file is judged by those before it.
 
+It says who vouches for the bytes, not that a file is harmless. Unless --online
+is given, only the revocation data that this computer has counts, and --online
+verifies once more only what failed. Unsigned files are looked up in this
+computer's catalogs. A file that makes the platform crash is "crashed".
+
+Verdicts: trusted, unsigned, not-signable, damaged, crashed, revoked,
+distrusted, untrusted-root, expired, not-trusted, revocation-unknown,
+wrong-signer, weak-digest, no-time-stamp, cannot-open
+
 Exit codes: 0 all trusted, 2 wrong usage, 3 a file cannot be opened, 10 damaged,
-11 revoked, 12 untrusted root, 13 expired, 14 not trusted for another reason,
-15 unsigned, 16 it is not known whether a certificate is revoked (the smallest
-of several)
+11 revoked or distrusted, 12 untrusted root, 13 expired, 14 not trusted for
+another reason, 15 unsigned, 16 it is not known whether a certificate is
+revoked, 17 crashed, 18 wrong signer, 19 no time stamp, 20 weak digest, 21 not
+signable. Of several the gravest: 10, 17, 11, 12, 13, 14, 18, 20, 19, 15, 16,
+3, 21
 
 Examples:
   cifra verify setup.exe
   cifra verify --online -r "C:\Program Files\Tools"
-  cifra verify --format json *.dll)");
+  cifra verify --signer 25b6...e017 --require-timestamp setup.exe
+  cifra verify -r --format html . > page.html)");
   command.OnRun([options] { return RunVerify(*options); });
 }
 
