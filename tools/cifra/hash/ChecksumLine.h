@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "hash/Hasher.h"
+#include "hash/Algorithm.h"
 
 namespace client {
 

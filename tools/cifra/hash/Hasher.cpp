@@ -26,15 +26,6 @@ void Checked(const Input& input, Call call) {
 
 }  // namespace
 
-const Algorithm* AlgorithmOfDigits(std::size_t digits) {
-  for (const Algorithm* algorithm : {&kMd5, &kSha256}) {
-    if (algorithm->digits == digits) {
-      return algorithm;
-    }
-  }
-  return nullptr;
-}
-
 template <typename Interface>
 std::string Hasher::DigestOf(Interface& hash, Input& input) {
   Checked(input, [&] { return hash.Init(); });

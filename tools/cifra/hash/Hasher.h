@@ -5,6 +5,7 @@
 
 #include "Cifra/IMd5.h"
 #include "Cifra/ISha256.h"
+#include "hash/Algorithm.h"
 #include "program/CifraLibrary.h"
 #include "system/ReadAhead.h"
 
@@ -12,17 +13,6 @@ namespace client {
 
 class Input;
 class Progress;
-
-struct Algorithm {
-  const char* name;  // as on the command line
-  const char* tag;   // as in a list of digests
-  std::size_t digits;
-};
-inline constexpr Algorithm kMd5{"md5", "MD5", 32};
-inline constexpr Algorithm kSha256{"sha256", "SHA256", 64};
-
-// The algorithm whose digests have so many hexadecimal digits; null when there is none.
-const Algorithm* AlgorithmOfDigits(std::size_t digits);
 
 // Hasher makes digests with the library's objects, which it creates when they are needed. It is for
 // one thread.
