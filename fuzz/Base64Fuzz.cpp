@@ -30,7 +30,7 @@ std::optional<Bytes> Decode(const Base64Codec::Kernel& kernel, const std::string
   return bytes;
 }
 
-// Damages up to two characters: where all are the fuzzer's, hardly any long text is Base64.
+// Damages up to two characters: of texts made by the fuzzer alone, hardly any long one is Base64.
 void Damage(std::string& text, FuzzedDataProvider& input) {
   for (int count = input.ConsumeIntegralInRange(0, 2); count > 0 && !text.empty(); --count) {
     const std::size_t place = input.ConsumeIntegralInRange<std::size_t>(0, text.size() - 1);

@@ -10,7 +10,7 @@
 
 using namespace Cifra;
 
-// The message is added in pieces, whose lengths are of the fuzzer's choice.
+// The message is added in pieces whose lengths the fuzzer chooses.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using Bytes = std::vector<std::uint8_t>;
   FuzzedDataProvider input(data, size);

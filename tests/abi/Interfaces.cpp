@@ -1,5 +1,5 @@
-// Every interface that crosses the boundary of the library, with one call each: for a class whose
-// table is needed, the compiler prints the table.
+// Every interface that crosses the library's boundary, with one call each, which makes the compiler
+// print the table.
 #include "Cifra/Cifra.h"
 #include "foundation/collections/List.h"
 #include "foundation/collections/Map.h"

@@ -39,7 +39,7 @@ def compiler(arguments, includes=(ROOT / "include", ROOT / "src")):
         if not path.is_dir():
             sys.exit(f"missing: {path} (packages clang-19, libc++-19-dev, libwine-dev)")
         command += ["-isystem", path]
-    # What libc++ would need a complete Microsoft C library for is left out; nothing here uses it.
+    # Parts of libc++ that need a complete Microsoft C library are left out; nothing here uses them.
     command += [
         "-D_UCRT", "-D_LIBCPP_NO_VCRUNTIME", "-D_LIBCPP_HAS_NO_LOCALIZATION", "-D_LIBCPP_HAS_NO_THREADS",
         "-D_LIBCPP_HAS_NO_MONOTONIC_CLOCK"

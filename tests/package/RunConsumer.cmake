@@ -11,6 +11,6 @@ run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G ${GENERATOR} -DCMAKE_BUILD
     -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DCIFRA_ARCH=${ARCH}
     -DCifra_DIR=${WORK}/package/lib/cmake/Cifra)
 run(${CMAKE_COMMAND} --build ${WORK}/build)
-# The program finds the DLL beside itself.
+# The program loads the DLL from its own directory.
 file(COPY ${WORK}/package/bin/Cifra.dll DESTINATION ${WORK}/build)
 run(${EMULATOR} ${WORK}/build/consumer.exe)

@@ -12,31 +12,31 @@
 namespace Cifra::Test {
 namespace {
 
-// Longer than several of the groups that are converted at once.
+// Longer than several of the groups that a kernel converts at once.
 constexpr std::size_t kLongestMessage = 300;
 
 TEST(Base64Codec, Rfc4648Vectors_Hold) {
   const auto vectors = ReadVectors("base64.txt");
-  EXPECT_EQ(vectors.size(), 7u);
+  EXPECT_EQ(7u, vectors.size());
   for (const auto& vector : vectors) {
     const Bytes message = FromText(vector.at(0));
     const std::string padded = vector.at(1);
     const std::string unpadded = padded.substr(0, padded.find('='));
-    EXPECT_EQ(Encode(message, true), padded);
-    EXPECT_EQ(Encode(message, false), unpadded);
-    EXPECT_EQ(Decode(unpadded), message);
+    EXPECT_EQ(padded, Encode(message, true));
+    EXPECT_EQ(unpadded, Encode(message, false));
+    EXPECT_EQ(message, Decode(unpadded));
   }
 }
 
 TEST(Base64Codec, EncodedLength_CountsGroupsAndRest) {
-  EXPECT_EQ(Base64Codec::EncodedLength(0, true), 0u);
-  EXPECT_EQ(Base64Codec::EncodedLength(0, false), 0u);
-  EXPECT_EQ(Base64Codec::EncodedLength(1, true), 4u);
-  EXPECT_EQ(Base64Codec::EncodedLength(1, false), 2u);
-  EXPECT_EQ(Base64Codec::EncodedLength(2, true), 4u);
-  EXPECT_EQ(Base64Codec::EncodedLength(2, false), 3u);
-  EXPECT_EQ(Base64Codec::EncodedLength(3, true), 4u);
-  EXPECT_EQ(Base64Codec::EncodedLength(3, false), 4u);
+  EXPECT_EQ(0u, Base64Codec::EncodedLength(0, true));
+  EXPECT_EQ(0u, Base64Codec::EncodedLength(0, false));
+  EXPECT_EQ(4u, Base64Codec::EncodedLength(1, true));
+  EXPECT_EQ(2u, Base64Codec::EncodedLength(1, false));
+  EXPECT_EQ(4u, Base64Codec::EncodedLength(2, true));
+  EXPECT_EQ(3u, Base64Codec::EncodedLength(2, false));
+  EXPECT_EQ(4u, Base64Codec::EncodedLength(3, true));
+  EXPECT_EQ(4u, Base64Codec::EncodedLength(3, false));
 }
 
 TEST(Base64Codec, EveryLength_AgreesWithTheReferenceBothWays) {
@@ -44,9 +44,9 @@ TEST(Base64Codec, EveryLength_AgreesWithTheReferenceBothWays) {
   for (std::size_t length = 0; length <= kLongestMessage; ++length) {
     const Bytes message = random.NextBytes(length);
     const std::string text = Reference::Base64Encode(message, false);
-    EXPECT_EQ(Encode(message, false), text) << length << " bytes";
-    EXPECT_EQ(Encode(message, true), Reference::Base64Encode(message, true)) << length << " bytes";
-    EXPECT_EQ(Decode(text), message) << length << " bytes";
+    EXPECT_EQ(text, Encode(message, false)) << length << " bytes";
+    EXPECT_EQ(Reference::Base64Encode(message, true), Encode(message, true)) << length << " bytes";
+    EXPECT_EQ(message, Decode(text)) << length << " bytes";
   }
 }
 
@@ -57,7 +57,7 @@ TEST(Base64Codec, EveryByteAtEveryPosition_IsTakenOrRefusedAsByTheReference) {
       for (int byte = 0; byte < 256; ++byte) {
         std::string changed = text;
         changed[position] = static_cast<char>(byte);
-        ASSERT_EQ(Decode(changed), Reference::Base64Decode(changed))
+        ASSERT_EQ(Reference::Base64Decode(changed), Decode(changed))
             << "byte " << byte << " at " << position << " of " << length;
       }
     }
@@ -72,19 +72,19 @@ TEST(Base64Codec, EveryPairOfBytes_IsEncodedAsByTheReference) {
     message.push_back(static_cast<std::uint8_t>(pair >> 4));
   }
   const std::string text = Encode(message, true);
-  EXPECT_EQ(text, Reference::Base64Encode(message, true));
-  EXPECT_EQ(Decode(text), message);
+  EXPECT_EQ(Reference::Base64Encode(message, true), text);
+  EXPECT_EQ(message, Decode(text));
 }
 
 TEST(Base64Codec, BitsLeftOver_AreIgnored) {
-  EXPECT_EQ(Decode("Zg"), FromText("f"));
-  EXPECT_EQ(Decode("Zh"), FromText("f"));
-  EXPECT_EQ(Decode("Zv"), FromText("f"));
-  EXPECT_EQ(Decode("Zm8"), FromText("fo"));
-  EXPECT_EQ(Decode("Zm/"), Decode("Zm8"));
+  EXPECT_EQ(FromText("f"), Decode("Zg"));
+  EXPECT_EQ(FromText("f"), Decode("Zh"));
+  EXPECT_EQ(FromText("f"), Decode("Zv"));
+  EXPECT_EQ(FromText("fo"), Decode("Zm8"));
+  EXPECT_EQ(Decode("Zm8"), Decode("Zm/"));
 }
 
-TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
+TEST(Base64Codec, Buffers_AreNotOverrun) {
   Random random(2);
   for (const Base64Codec::Kernel& kernel : Base64Codec::Kernels()) {
     if (!kernel.rule.isUsable()) {
@@ -94,16 +94,16 @@ TEST(Base64Codec, Buffers_ReachNothingBesideThem) {
       const Bytes message = random.NextBytes(length);
       for (const bool addPadding : {false, true}) {
         const std::size_t textLength = Base64Codec::EncodedLength(length, addPadding);
-        std::string room(textLength + 64, '#');
-        kernel.encode(message.data(), length, room.data() + 32, addPadding);
-        EXPECT_EQ(room.substr(0, 32), std::string(32, '#')) << kernel.rule.name;
-        EXPECT_EQ(room.substr(32 + textLength), std::string(32, '#')) << kernel.rule.name;
+        std::string buffer(textLength + 64, '#');
+        kernel.encode(message.data(), length, buffer.data() + 32, addPadding);
+        EXPECT_EQ(std::string(32, '#'), buffer.substr(0, 32)) << kernel.rule.name;
+        EXPECT_EQ(std::string(32, '#'), buffer.substr(32 + textLength)) << kernel.rule.name;
       }
       const std::string text = Reference::Base64Encode(message, false);
-      Bytes room(length + 64, '#');
-      EXPECT_TRUE(kernel.decode(text.data(), text.size(), room.data() + 32));
-      EXPECT_EQ(Bytes(room.begin(), room.begin() + 32), Bytes(32, '#')) << kernel.rule.name;
-      EXPECT_EQ(Bytes(room.end() - 32, room.end()), Bytes(32, '#')) << kernel.rule.name;
+      Bytes buffer(length + 64, '#');
+      EXPECT_TRUE(kernel.decode(text.data(), text.size(), buffer.data() + 32));
+      EXPECT_EQ(Bytes(32, '#'), Bytes(buffer.begin(), buffer.begin() + 32)) << kernel.rule.name;
+      EXPECT_EQ(Bytes(32, '#'), Bytes(buffer.end() - 32, buffer.end())) << kernel.rule.name;
     }
   }
 }
@@ -140,12 +140,12 @@ TEST(Base64Codec, TheKernelOfThisProcessor_GivesWhatAllGive) {
   const Bytes message = FromText("any bytes, longer than what one step of a kernel takes at once");
   std::string text(Base64Codec::EncodedLength(message.size(), true), '\0');
   Base64Codec::Encode(message.data(), message.size(), text.data(), true);
-  EXPECT_EQ(text, Encode(message, true));
+  EXPECT_EQ(Encode(message, true), text);
   const std::string whole = text.substr(0, message.size() / 3 * 4);
   Bytes decoded(whole.size() / 4 * 3);
   EXPECT_TRUE(Base64Codec::Decode(whole.data(), whole.size(), decoded.data()));
-  EXPECT_EQ(decoded, Bytes(message.begin(),
-                           message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)));
+  EXPECT_EQ(Bytes(message.begin(), message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)),
+            decoded);
 }
 
 }  // namespace

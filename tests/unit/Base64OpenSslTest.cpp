@@ -30,7 +30,7 @@ TEST(Base64OpenSsl, RandomTexts_AgreeInBothDirections) {
     decoded.resize(message.size());
     differences += Decode(text.substr(0, text.find('='))) != decoded;
   }
-  EXPECT_EQ(differences, 0);
+  EXPECT_EQ(0, differences);
 }
 
 TEST(Base64OpenSsl, RandomlyDamagedTexts_AreRefusedByBoth) {
@@ -41,14 +41,14 @@ TEST(Base64OpenSsl, RandomlyDamagedTexts_AreRefusedByBoth) {
     // Neither a blank, which OpenSSL skips at the ends, nor '=' or a mark of its own formats.
     constexpr char kForeign[] = "!\"#$%&'()*,.:;<>?@[]^_`{|}~\x80\xC3\xFF";
     text[random.Below(text.size())] = kForeign[random.Below(sizeof(kForeign) - 1)];
-    Bytes room(text.size());
+    Bytes buffer(text.size());
     const int count =
-        EVP_DecodeBlock(room.data(), reinterpret_cast<const unsigned char*>(text.data()),
+        EVP_DecodeBlock(buffer.data(), reinterpret_cast<const unsigned char*>(text.data()),
                         static_cast<int>(text.size()));
     differences += count != -1;
     differences += Decode(text).has_value();
   }
-  EXPECT_EQ(differences, 0);
+  EXPECT_EQ(0, differences);
 }
 
 }  // namespace

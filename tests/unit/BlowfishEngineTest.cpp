@@ -21,15 +21,15 @@ Bytes SwapHalves(Bytes block) {
 
 void ExpectVectorsHold(const std::string& fileName, std::size_t count) {
   const auto vectors = ReadVectors(fileName);
-  EXPECT_EQ(vectors.size(), count);
+  EXPECT_EQ(count, vectors.size());
   for (const auto& vector : vectors) {
     SCOPED_TRACE("key " + vector.at(0) + ", plain text " + vector.at(1));
     const Bytes plain = SwapHalves(FromHex(vector.at(1)));
     const Bytes cipher = SwapHalves(FromHex(vector.at(2)));
     class_blowfish engine;
     SetKey(engine, FromHex(vector.at(0)));
-    EXPECT_EQ(Encipher(engine, plain), cipher);
-    EXPECT_EQ(Decipher(engine, cipher), plain);
+    EXPECT_EQ(cipher, Encipher(engine, plain));
+    EXPECT_EQ(plain, Decipher(engine, cipher));
   }
 }
 
@@ -42,13 +42,13 @@ TEST(BlowfishEngine, VariableKeyVectors_Hold) {
 TEST(BlowfishEngine, ZeroBlockUnderZeroKey_HasTheHalvesOfThePublishedOneReversed) {
   class_blowfish engine;
   SetKey(engine, Bytes(8));
-  EXPECT_EQ(Encipher(engine, Bytes(8)), FromHex("4597F94E78DD9861"));
+  EXPECT_EQ(FromHex("4597F94E78DD9861"), Encipher(engine, Bytes(8)));
 }
 
 TEST(BlowfishEngine, InitialTables_AreTheDigitsOfPi) {
   namespace Tables = BlowfishTables;
   const std::vector<std::uint32_t>& digits = Reference::PiFraction();
-  EXPECT_EQ(digits.size(), Tables::kPWords + Tables::kSWords);
+  EXPECT_EQ(Tables::kPWords + Tables::kSWords, digits.size());
   EXPECT_TRUE(std::equal(digits.begin(), digits.begin() + Tables::kPWords, Tables::kInitialP));
   EXPECT_TRUE(std::equal(digits.begin() + Tables::kPWords, digits.end(), Tables::kInitialS));
 }
@@ -60,7 +60,7 @@ TEST(BlowfishEngine, OneByteKey_FillsEveryWordWithThatByte) {
     class_blowfish repeated;
     SetKey(once, Bytes(1, 0xA7));
     SetKey(repeated, Bytes(repeats, 0xA7));
-    EXPECT_EQ(Encipher(once, message), Encipher(repeated, message)) << repeats;
+    EXPECT_EQ(Encipher(repeated, message), Encipher(once, message)) << repeats;
   }
 }
 
@@ -74,7 +74,7 @@ TEST(BlowfishEngine, KeyOf56Bytes_WrapsForTheLastFourWords) {
   class_blowfish wrappedEngine;
   SetKey(engine, key);
   SetKey(wrappedEngine, wrapped);
-  EXPECT_EQ(Encipher(engine, message), Encipher(wrappedEngine, message));
+  EXPECT_EQ(Encipher(wrappedEngine, message), Encipher(engine, message));
 }
 
 TEST(BlowfishEngine, KeyBeyond72Bytes_DoesNotReachTheTables) {
@@ -87,7 +87,7 @@ TEST(BlowfishEngine, KeyBeyond72Bytes_DoesNotReachTheTables) {
   class_blowfish longerEngine;
   SetKey(engine, key);
   SetKey(longerEngine, longer);
-  EXPECT_EQ(Encipher(engine, message), Encipher(longerEngine, message));
+  EXPECT_EQ(Encipher(longerEngine, message), Encipher(engine, message));
 }
 
 TEST(BlowfishEngine, EveryKeyLength_AgreesWithTheReferenceAndDeciphersBack) {
@@ -98,8 +98,8 @@ TEST(BlowfishEngine, EveryKeyLength_AgreesWithTheReferenceAndDeciphersBack) {
     class_blowfish engine;
     SetKey(engine, key);
     const Bytes cipher = Encipher(engine, message);
-    EXPECT_EQ(cipher, Reference::Blowfish(key).Encipher(message)) << "key length " << length;
-    EXPECT_EQ(Decipher(engine, cipher), message) << "key length " << length;
+    EXPECT_EQ(Reference::Blowfish(key).Encipher(message), cipher) << "key length " << length;
+    EXPECT_EQ(message, Decipher(engine, cipher)) << "key length " << length;
   }
 }
 
@@ -111,10 +111,11 @@ TEST(BlowfishEngine, NewKey_LeavesNothingOfTheOldOne) {
   class_blowfish used;
   SetKey(used, FromText("first"));
   SetKey(used, FromText("second"));
-  EXPECT_EQ(Encipher(used, message), Encipher(fresh, message));
+  EXPECT_EQ(Encipher(fresh, message), Encipher(used, message));
 }
 
-// Every number of blocks up to several times the widest group that is worked on at once.
+// Every number of blocks up to several times the widest group.
+// The program's array allocations, watched while a Watch lives. The buffers of the standard
 TEST(BlowfishEngine, EveryNumberOfBlocks_AgreesWithTheReference) {
   Random random(6);
   const Bytes key = random.NextBytes(16);
@@ -123,8 +124,8 @@ TEST(BlowfishEngine, EveryNumberOfBlocks_AgreesWithTheReference) {
   SetKey(engine, key);
   for (std::size_t blocks = 0; blocks <= 200; ++blocks) {
     const Bytes message = random.NextBytes(8 * blocks);
-    EXPECT_EQ(Encipher(engine, message), reference.Encipher(message)) << blocks << " blocks";
-    EXPECT_EQ(Decipher(engine, message), reference.Decipher(message)) << blocks << " blocks";
+    EXPECT_EQ(reference.Encipher(message), Encipher(engine, message)) << blocks << " blocks";
+    EXPECT_EQ(reference.Decipher(message), Decipher(engine, message)) << blocks << " blocks";
   }
 }
 
@@ -138,11 +139,11 @@ TEST(BlowfishEngine, Blocks_AgreeWithTheSingleBlockOperations) {
     std::uint32_t left = LoadHalf(&message[i]);
     std::uint32_t right = LoadHalf(&message[i + 4]);
     engine.Encipher(left, right);
-    EXPECT_EQ(left, LoadHalf(&cipher[i]));
-    EXPECT_EQ(right, LoadHalf(&cipher[i + 4]));
+    EXPECT_EQ(LoadHalf(&cipher[i]), left);
+    EXPECT_EQ(LoadHalf(&cipher[i + 4]), right);
     engine.Decipher(left, right);
-    EXPECT_EQ(left, LoadHalf(&message[i]));
-    EXPECT_EQ(right, LoadHalf(&message[i + 4]));
+    EXPECT_EQ(LoadHalf(&message[i]), left);
+    EXPECT_EQ(LoadHalf(&message[i + 4]), right);
   }
 }
 
@@ -155,8 +156,8 @@ TEST(BlowfishEngine, Blocks_AreEncipheredInPlaceAndAtAnyAddress) {
       const Bytes message = random.NextBytes(8 * blocks);
       const Bytes cipher = Encipher(engine, message);
       for (std::size_t offset = 0; offset < 8; ++offset) {
-        Bytes room(offset + message.size());
-        std::uint8_t* const start = room.data() + offset;
+        Bytes buffer(offset + message.size());
+        std::uint8_t* const start = buffer.data() + offset;
         std::copy(message.begin(), message.end(), start);
         way.encipher(engine, start, start, blocks);
         EXPECT_TRUE(std::equal(cipher.begin(), cipher.end(), start)) << way.name;
@@ -169,7 +170,7 @@ TEST(BlowfishEngine, Blocks_AreEncipheredInPlaceAndAtAnyAddress) {
 
 // The bytes before and after the output differ from those around the input, so that neither a copy
 // of them nor an overrun that is undone passes.
-TEST(BlowfishEngine, Blocks_TouchNothingBesideThem) {
+TEST(BlowfishEngine, Blocks_AreNotOverrun) {
   constexpr std::size_t kGuard = 1024;
   Random random(9);
   class_blowfish engine;

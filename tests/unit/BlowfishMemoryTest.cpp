@@ -8,8 +8,8 @@
 
 #include "support/Blowfish.h"
 
-// The program's array allocations, watched while a Watch lives. The buffers of the standard
-// containers are not arrays in this sense and pass unseen.
+// The program's array allocations during the lifetime of a Watch. Those of the standard containers
+// are not array allocations and are not watched.
 namespace {
 
 constexpr int kFill = 0xA5;
@@ -73,9 +73,9 @@ namespace {
 TEST(BlowfishMemory, Tables_AreAllocatedInOrderAndNotInitialised) {
   Watch watch;
   const class_blowfish engine;
-  ASSERT_EQ(watch.count, 2u);
-  EXPECT_EQ(watch.blocks[0].bytes, 72u);
-  EXPECT_EQ(watch.blocks[1].bytes, 4096u);
+  ASSERT_EQ(2u, watch.count);
+  EXPECT_EQ(72u, watch.blocks[0].bytes);
+  EXPECT_EQ(4096u, watch.blocks[1].bytes);
   EXPECT_TRUE(HoldsOnly(watch.blocks[0].address, 72, kFill));
   EXPECT_TRUE(HoldsOnly(watch.blocks[1].address, 4096, kFill));
 }
@@ -86,7 +86,7 @@ TEST(BlowfishMemory, Tables_AreWipedBeforeTheyAreFreed) {
     class_blowfish engine;
     SetKey(engine, FromText("key"));
   }
-  ASSERT_EQ(watch.count, 2u);
+  ASSERT_EQ(2u, watch.count);
   for (const Block& block : {watch.blocks[0], watch.blocks[1]}) {
     EXPECT_TRUE(block.wasFreed);
     EXPECT_TRUE(block.wasZeroWhenFreed);
@@ -96,12 +96,12 @@ TEST(BlowfishMemory, Tables_AreWipedBeforeTheyAreFreed) {
 TEST(BlowfishMemory, Engine_IsATableAndTwoPointers) {
   Watch watch;
   const class_blowfish engine;
-  ASSERT_EQ(watch.count, 2u);
+  ASSERT_EQ(2u, watch.count);
   std::array<const void*, 3> fields;
   static_assert(sizeof(fields) == sizeof(engine));
   std::memcpy(fields.data(), static_cast<const void*>(&engine), sizeof(engine));
-  EXPECT_EQ(fields[1], watch.blocks[1].address);
-  EXPECT_EQ(fields[2], watch.blocks[0].address);
+  EXPECT_EQ(watch.blocks[1].address, fields[1]);
+  EXPECT_EQ(watch.blocks[0].address, fields[2]);
 }
 
 }  // namespace

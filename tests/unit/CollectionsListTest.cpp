@@ -111,7 +111,7 @@ TEST(CollectionsList, Enumerator_OfAnEmptyListIsNotValidUntilResetAfterAnAdd) {
   EXPECT_TRUE(enumerator->IsValid());
 }
 
-TEST(CollectionsList, Enumerator_SeesElementsAddedBehindIt) {
+TEST(CollectionsList, Enumerator_ReachesElementsAddedLater) {
   TextList list = ListOf({u"a"});
   const Enumerator enumerator(list.CreateEnum());
   list.AddTail(u"b");
@@ -179,7 +179,7 @@ TEST(CollectionsList, Remove_WithAnEnumeratorOfAnotherListRemovesNothing) {
   ExpectTexts({u"a"}, other);
 }
 
-// StrangeEnum is an enumerator that another module might bring: none of the list's own.
+// StrangeEnum is an enumerator that is not the list's own, like another module's.
 class StrangeEnum final : public kx::IListEnum<Text> {
  public:
   explicit StrangeEnum(std::vector<Text*> elements) : places(std::move(elements)) {}

@@ -8,7 +8,7 @@
 #include "foundation/collections/Map.h"
 #include "support/CollectionText.h"
 
-// The collections beside the standard library's, under the same random operations.
+// The collections compared with the standard library's, under the same random operations.
 namespace Cifra::Test {
 namespace {
 
@@ -69,7 +69,7 @@ TEST(CollectionsRandom, List_BehavesAsStdList) {
       ASSERT_EQ(model.front(), *list.GetHead());
       ASSERT_EQ(model.back(), *list.GetTail());
     }
-    // From time to time whole lists are compared, and a copy takes the list's place.
+    // Occasionally whole lists are compared, and a copy replaces the list.
     if (i % 4096 == 0) {
       kx::List<unsigned> copy = list;
       list = copy;
@@ -117,7 +117,7 @@ TEST(CollectionsRandom, Map_BehavesAsStdUnorderedMap) {
         model.emplace(ToStd(key), i);
         break;
       case 3:
-        // Not the pair that the enumerator stands on: that would leave it unusable.
+        // Not the enumerator's current pair: that would invalidate the enumerator.
         if (!place->IsValid() || ToStd(*place->Key()) != ToStd(key)) {
           ASSERT_EQ(found == model.end() ? 1168u : 0u, map.Remove(key));
           model.erase(ToStd(key));
@@ -145,7 +145,7 @@ TEST(CollectionsRandom, Map_BehavesAsStdUnorderedMap) {
       }
     }
     ASSERT_EQ(model.size(), map.Count());
-    // From time to time whole maps are compared, and another range of keys is used.
+    // Occasionally whole maps are compared, and the range of keys changes.
     if (i % 8192 == 0) {
       ExpectSame(model, map);
       keys = 10u << dice(11);

@@ -4,7 +4,7 @@
 #include "support/CollectionText.h"
 #include "support/Slots.h"
 
-// The collections as a separately built caller uses them: by the numbers of the slots alone.
+// The collections as a separately built caller uses them: by slot number only.
 namespace Cifra::Test {
 namespace {
 

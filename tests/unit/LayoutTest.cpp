@@ -48,7 +48,7 @@ TEST(Layout, SharedRef_IsThePointerAndThenTheCount) {
   ExpectHandleAt<ObjectRegistry>(&ref, 0);
 }
 
-TEST(Layout, ExportedObject_IsModuleObjectInterfaceDestroyCreateAndIdentifier) {
+TEST(Layout, ExportedObject_HasItsSixFieldsInTheFixedOrder) {
   const Cifra::CifraExportedObject<Cifra::IMd5> loaded(Cifra::kMd5ObjectId);
   ASSERT_NE(nullptr, loaded.iface);
   const auto module = At<HMODULE>(&loaded, kPointer);

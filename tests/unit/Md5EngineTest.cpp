@@ -23,19 +23,19 @@ std::string HexDigest(const Bytes& message) {
 
 TEST(Md5Engine, Rfc1321Vectors_Hold) {
   const auto vectors = ReadVectors("md5.txt");
-  EXPECT_EQ(vectors.size(), 7u);
+  EXPECT_EQ(7u, vectors.size());
   for (const auto& vector : vectors) {
-    EXPECT_EQ(HexDigest(FromText(vector.at(0))), vector.at(1)) << vector.at(0);
+    EXPECT_EQ(vector.at(1), HexDigest(FromText(vector.at(0)))) << vector.at(0);
   }
 }
 
-TEST(Md5Engine, NoInput_GivesTheDigestOfTheEmptyMessage) { EXPECT_EQ(HexDigest({}), kEmptyDigest); }
+TEST(Md5Engine, NoInput_GivesTheDigestOfTheEmptyMessage) { EXPECT_EQ(kEmptyDigest, HexDigest({})); }
 
 TEST(Md5Engine, MillionLettersInPiecesOfAnySize_GiveTheKnownDigest) {
   const Bytes message(1'000'000, 'a');
   for (const std::size_t piece : {1u, 3u, 55u, 63u, 64u, 65u, 128u, 1000u, 65'537u, 1'000'000u}) {
     const Bytes digest = Md5InPieces(message, [piece] { return piece; });
-    EXPECT_EQ(ToHex(digest.data(), digest.size()), "7707d6ae4e027c70eea2a935c2296f21") << piece;
+    EXPECT_EQ("7707d6ae4e027c70eea2a935c2296f21", ToHex(digest.data(), digest.size())) << piece;
   }
 }
 
@@ -43,7 +43,7 @@ TEST(Md5Engine, EveryLengthAcrossThePadding_AgreesWithTheReference) {
   Random random(1);
   for (std::size_t length = 0; length <= 300; ++length) {
     const Bytes message = random.NextBytes(length);
-    EXPECT_EQ(Md5(message), Reference::Md5(message.data(), length)) << length << " bytes";
+    EXPECT_EQ(Reference::Md5(message.data(), length), Md5(message)) << length << " bytes";
   }
 }
 
@@ -54,7 +54,7 @@ TEST(Md5Engine, EverySplitOfTwoBlocks_AgreesWithTheReference) {
     for (std::size_t second = first; second <= message.size(); second += 7) {
       std::array<std::size_t, 3> pieces = {first, second - first, message.size() - second};
       std::size_t next = 0;
-      EXPECT_EQ(Md5InPieces(message, [&] { return pieces.at(next++); }), expected);
+      EXPECT_EQ(expected, Md5InPieces(message, [&] { return pieces.at(next++); }));
     }
   }
 }
@@ -63,19 +63,19 @@ TEST(Md5Engine, RandomMessagesInRandomPieces_AgreeWithTheReference) {
   Random random(3);
   for (int i = 0; i < 1000; ++i) {
     const Bytes message = random.NextBytes(random.NextLength(1000));
-    EXPECT_EQ(Md5InPieces(message, [&] { return random.Below(200); }),
-              Reference::Md5(message.data(), message.size()));
+    EXPECT_EQ(Reference::Md5(message.data(), message.size()),
+              Md5InPieces(message, [&] { return random.Below(200); }));
   }
 }
 
 TEST(Md5Engine, Message_IsReadAtAnyAddress) {
-  const Bytes room = Random(4).NextBytes(300);
+  const Bytes buffer = Random(4).NextBytes(300);
   for (std::size_t offset = 0; offset < 16; ++offset) {
-    const Bytes message(room.begin() + static_cast<std::ptrdiff_t>(offset), room.end());
+    const Bytes message(buffer.begin() + static_cast<std::ptrdiff_t>(offset), buffer.end());
     Md5Context context;
     Md5Init(context);
-    Md5Update(context, room.data() + offset, static_cast<std::uint32_t>(message.size()));
-    EXPECT_EQ(Finish(context), Reference::Md5(message.data(), message.size()));
+    Md5Update(context, buffer.data() + offset, static_cast<std::uint32_t>(message.size()));
+    EXPECT_EQ(Reference::Md5(message.data(), message.size()), Finish(context));
   }
 }
 
@@ -106,19 +106,19 @@ TEST(Md5Engine, NullOfNoLength_ChangesNothing) {
   Md5Init(context);
   Md5Update(context, nullptr, 0);
   const Bytes digest = Finish(context);
-  EXPECT_EQ(ToHex(digest.data(), digest.size()), kEmptyDigest);
+  EXPECT_EQ(kEmptyDigest, ToHex(digest.data(), digest.size()));
 }
 
 TEST(Md5Engine, Init_SetsStateAndCountAndLeavesTheBuffer) {
   Md5Context context;
   std::memset(&context, 0x5A, sizeof(context));
   Md5Init(context);
-  EXPECT_EQ(context.state[0], 0x67452301u);
-  EXPECT_EQ(context.state[1], 0xEFCDAB89u);
-  EXPECT_EQ(context.state[2], 0x98BADCFEu);
-  EXPECT_EQ(context.state[3], 0x10325476u);
-  EXPECT_EQ(context.count[0], 0u);
-  EXPECT_EQ(context.count[1], 0u);
+  EXPECT_EQ(0x67452301u, context.state[0]);
+  EXPECT_EQ(0xEFCDAB89u, context.state[1]);
+  EXPECT_EQ(0x98BADCFEu, context.state[2]);
+  EXPECT_EQ(0x10325476u, context.state[3]);
+  EXPECT_EQ(0u, context.count[0]);
+  EXPECT_EQ(0u, context.count[1]);
   EXPECT_TRUE(std::all_of(std::begin(context.buffer), std::end(context.buffer),
                           [](std::uint8_t byte) { return byte == 0x5A; }));
 }
@@ -129,8 +129,8 @@ TEST(Md5Engine, Update_CarriesTheBitCountIntoItsHighWord) {
   Md5Init(context);
   context.count[0] = 0xFFFFFE00;  // a multiple of a block's 512 bits
   Md5Update(context, message.data(), 128);
-  EXPECT_EQ(context.count[0], 0x200u);
-  EXPECT_EQ(context.count[1], 1u);
+  EXPECT_EQ(0x200u, context.count[0]);
+  EXPECT_EQ(1u, context.count[1]);
 }
 
 TEST(Md5Engine, Final_SetsTheWholeContextToZero) {
@@ -140,7 +140,7 @@ TEST(Md5Engine, Final_SetsTheWholeContextToZero) {
   Md5Update(context, message.data(), 6);
   Finish(context);
   const Md5Context zero = {};
-  EXPECT_EQ(std::memcmp(&context, &zero, sizeof(zero)), 0);
+  EXPECT_EQ(0, std::memcmp(&context, &zero, sizeof(zero)));
 }
 
 TEST(Md5Engine, SecondFinalWithoutInit_RepeatsNeitherDigest) {
@@ -150,10 +150,10 @@ TEST(Md5Engine, SecondFinalWithoutInit_RepeatsNeitherDigest) {
   Md5Update(context, message.data(), 3);
   const Bytes first = Finish(context);
   const Bytes second = Finish(context);
-  EXPECT_NE(first, second);
+  EXPECT_NE(second, first);
   // The digest of the empty message from a state of zeros.
   EXPECT_EQ("b0e641c998cc3eae6fa2f8726d98cddd", ToHex(second.data(), second.size()));
-  EXPECT_EQ(Finish(context), second);
+  EXPECT_EQ(second, Finish(context));
 }
 
 TEST(Md5Engine, UpdateAfterFinal_WorksFromAStateOfZeros) {
@@ -162,8 +162,8 @@ TEST(Md5Engine, UpdateAfterFinal_WorksFromAStateOfZeros) {
   Md5Update(context, message.data(), 3);
   const Bytes fromZeros = Finish(context);
   Md5Update(context, message.data(), 3);
-  EXPECT_EQ(Finish(context), fromZeros);
-  EXPECT_NE(fromZeros, Md5(message));
+  EXPECT_EQ(fromZeros, Finish(context));
+  EXPECT_NE(Md5(message), fromZeros);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ constexpr std::size_t kMaxLength = 1000;
 
 Bytes WithOpenSsl(const std::uint8_t* message, std::size_t length) {
   Bytes digest(kMd5DigestBytes);
-  EXPECT_EQ(EVP_Digest(message, length, digest.data(), nullptr, EVP_md5(), nullptr), 1);
+  EXPECT_EQ(1, EVP_Digest(message, length, digest.data(), nullptr, EVP_md5(), nullptr));
   return digest;
 }
 
@@ -26,7 +26,7 @@ TEST(Md5OpenSsl, RandomMessagesInRandomPieces_Agree) {
     const Bytes digest = Md5InPieces(message, [&] { return random.Below(200); });
     differences += digest != WithOpenSsl(message.data(), message.size());
   }
-  EXPECT_EQ(differences, 0);
+  EXPECT_EQ(0, differences);
 }
 
 // From 2^29 bytes on, the length in bits reaches into the high word of the count.
@@ -34,14 +34,14 @@ TEST(Md5OpenSsl, MessageOf512MiB_Agrees) {
   constexpr std::uint32_t kLength = (1u << 29) + 77;
   // Fresh zeros take no memory until they are written.
   const std::unique_ptr<void, decltype(&std::free)> zeros(std::calloc(kLength, 1), &std::free);
-  ASSERT_NE(zeros, nullptr);
+  ASSERT_NE(nullptr, zeros);
   const std::uint8_t* const message = static_cast<const std::uint8_t*>(zeros.get());
   Md5Context context;
   Md5Init(context);
   Md5Update(context, message, kLength);
-  EXPECT_EQ(context.count[0], 77u * 8);
-  EXPECT_EQ(context.count[1], 1u);
-  EXPECT_EQ(Finish(context), WithOpenSsl(message, kLength));
+  EXPECT_EQ(77u * 8, context.count[0]);
+  EXPECT_EQ(1u, context.count[1]);
+  EXPECT_EQ(WithOpenSsl(message, kLength), Finish(context));
 }
 
 }  // namespace

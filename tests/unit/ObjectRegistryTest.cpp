@@ -19,7 +19,7 @@ class TestObject final : public IKxBaseInterface {
   void* QueryInterface(const InterfaceId&) override { return nullptr; }
 };
 
-// Hands out one object and remembers what it was asked to destroy.
+// Creates always the same object and remembers which one it was asked to destroy.
 class TestConstructor final : public IObjectConstructor {
  public:
   IKxBaseInterface* Create() override { return &object; }
@@ -30,7 +30,7 @@ class TestConstructor final : public IObjectConstructor {
   IKxBaseInterface* lastDestroyed = nullptr;
 };
 
-TEST(ObjectRegistry, Register_OfATakenIdentifier_GivesAlreadyExistsAndKeepsTheFirst) {
+TEST(ObjectRegistry, Register_OfATakenIdentifier_KeepsTheFirst) {
   ObjectRegistry registry;
   TestConstructor first;
   TestConstructor second;
@@ -136,7 +136,7 @@ TEST(RegistryRef, OnEightThreads_AcquireAndReleaseInBalance) {
   EXPECT_FALSE(kx::sharedInstance<ObjectRegistry>.HasUsers());
 }
 
-// A class of objects that counts those alive. Two of them differ by their number.
+// A class that counts its living objects. The number distinguishes two such classes.
 template <int number>
 class CountedObject final : public IKxBaseInterface {
  public:
@@ -218,7 +218,7 @@ TEST(ExportedObjectDeclaration, Reserved_GivesZero) {
   EXPECT_EQ(0, declaration.Reserved());
 }
 
-// In the place of malloc. The runtime must have memory to raise the exception with.
+// Replaces malloc. The runtime still needs memory to throw the exception.
 bool hasFailed = false;
 void* FailOnce(std::size_t bytes) {
   return std::exchange(hasFailed, true) ? std::calloc(1, bytes) : nullptr;
@@ -232,7 +232,7 @@ const Cifra::Test::ChildAction kDeclareWithoutMemory(
     });
 
 TEST(ExportedObjectDeclaration, ThatCannotBeMade_EndsTheProcessSilently) {
-  // Of the second one the text needs no memory, but the registry does.
+  // The second declaration's identifier needs no memory, but the registry does.
   for (const std::wstring& objectId : {std::wstring(100, L'i'), std::wstring(L"id")}) {
     const Cifra::Test::ChildResult child =
         Cifra::Test::RunChild(L"DeclareWithoutMemory", {objectId});

@@ -12,7 +12,7 @@ template <typename Char>
 class StringDeath : public testing::Test {};
 TYPED_TEST_SUITE(StringDeath, CharTypes, CharTypeName);
 
-// Damages the byte at an offset of a string's block and then does something to the string.
+// Damages the byte at an offset of a string's block and then applies an operation to the string.
 template <typename Char>
 void Damage(std::size_t offset, const std::function<void(String<Char>&)>& operation) {
   String<Char> string(Letters<Char>(5).c_str());
@@ -31,7 +31,7 @@ TYPED_TEST(StringDeath, DamagedGuard_EndsTheProcessOnDestruction) {
 TYPED_TEST(StringDeath, DamagedGuard_EndsTheProcessOnEveryChange) {
   using Operation = std::function<void(String<TypeParam>&)>;
   const std::basic_string<TypeParam> text = Letters<TypeParam>(3);
-  // Each leaves with exit code 0, which is not what is expected, when the damage goes unnoticed.
+  // Undetected damage ends the child with exit code 0, which fails the test.
   const Operation operations[] = {
       [&](auto& string) { string.Assign(text.c_str()); },
       [&](auto& string) { string.Assign(string.CStr()); },

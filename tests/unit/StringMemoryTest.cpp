@@ -26,75 +26,75 @@ TYPED_TEST_SUITE(StringMemory, CharTypes, CharTypeName);
 TYPED_TEST(StringMemory, Block_HasItsGuardsHeaderAndTerminatorsInPlace) {
   typename TestFixture::WatchedText string(Letters<TypeParam>(5).c_str());
   const BlockView<TypeParam> block(string);
-  EXPECT_EQ(this->memory.blocks.at(block.Address()), this->BlockBytes(64));
-  EXPECT_EQ(block.template At<std::uint32_t>(0), kGuard);
-  EXPECT_EQ(this->memory.blocks.at(block.template At<void*>(4)), 40u);
-  EXPECT_EQ(block.template At<std::uint32_t>(12), kGuard);
-  EXPECT_EQ(block.template At<TypeParam>(16), TypeParam{'a'});
-  EXPECT_EQ(block.template At<TypeParam>(16 + 5 * sizeof(TypeParam)), TypeParam{0});
-  EXPECT_EQ(block.template At<TypeParam>(16 + 64 * sizeof(TypeParam)), TypeParam{0});
-  EXPECT_EQ(block.template At<std::uint32_t>(block.TrailingGuardOffset(64)), kGuard);
+  EXPECT_EQ(this->BlockBytes(64), this->memory.blocks.at(block.Address()));
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(0));
+  EXPECT_EQ(40u, this->memory.blocks.at(block.template At<void*>(4)));
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(12));
+  EXPECT_EQ(TypeParam{'a'}, block.template At<TypeParam>(16));
+  EXPECT_EQ(TypeParam{0}, block.template At<TypeParam>(16 + 5 * sizeof(TypeParam)));
+  EXPECT_EQ(TypeParam{0}, block.template At<TypeParam>(16 + 64 * sizeof(TypeParam)));
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(block.TrailingGuardOffset(64)));
 }
 
 TYPED_TEST(StringMemory, Header_HasItsFieldsInPlace) {
   typename TestFixture::WatchedText string(Letters<TypeParam>(5).c_str());
   const BlockView<TypeParam> block(string);
-  EXPECT_EQ(block.template HeaderAt<void*>(0), &kx::defaultMemMgr<TestMemMgr>);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(8), 5u);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(16), 64u);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(24), 64u);
-  EXPECT_EQ(block.template HeaderAt<std::uint8_t>(32), 1u);
-  EXPECT_EQ(block.template HeaderAt<std::uint8_t>(33), 1u);
+  EXPECT_EQ(&kx::defaultMemMgr<TestMemMgr>, block.template HeaderAt<void*>(0));
+  EXPECT_EQ(5u, block.template HeaderAt<std::size_t>(8));
+  EXPECT_EQ(64u, block.template HeaderAt<std::size_t>(16));
+  EXPECT_EQ(64u, block.template HeaderAt<std::size_t>(24));
+  EXPECT_EQ(1u, block.template HeaderAt<std::uint8_t>(32));
+  EXPECT_EQ(1u, block.template HeaderAt<std::uint8_t>(33));
 }
 
 TYPED_TEST(StringMemory, FixedBuffer_HasTheSameLayoutAndOwnsNothing) {
   kx::FixedStringBuffer<TypeParam> fixed;
   typename TestFixture::WatchedText string(fixed);
   const BlockView<TypeParam> block(string);
-  EXPECT_EQ(block.template At<std::uint32_t>(0), kGuard);
-  EXPECT_EQ(block.template At<std::uint32_t>(12), kGuard);
-  EXPECT_EQ(block.template At<TypeParam>(16 + 260 * sizeof(TypeParam)), TypeParam{0});
-  EXPECT_EQ(block.template At<std::uint32_t>(block.TrailingGuardOffset(260)), kGuard);
-  EXPECT_EQ(block.template HeaderAt<void*>(0), &kx::defaultMemMgr<TestMemMgr>);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(8), 0u);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(16), 260u);
-  EXPECT_EQ(block.template HeaderAt<std::size_t>(24), 260u);
-  EXPECT_EQ(block.template HeaderAt<std::uint8_t>(32), 0u);
-  EXPECT_EQ(block.template HeaderAt<std::uint8_t>(33), 0u);
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(0));
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(12));
+  EXPECT_EQ(TypeParam{0}, block.template At<TypeParam>(16 + 260 * sizeof(TypeParam)));
+  EXPECT_EQ(kGuard, block.template At<std::uint32_t>(block.TrailingGuardOffset(260)));
+  EXPECT_EQ(&kx::defaultMemMgr<TestMemMgr>, block.template HeaderAt<void*>(0));
+  EXPECT_EQ(0u, block.template HeaderAt<std::size_t>(8));
+  EXPECT_EQ(260u, block.template HeaderAt<std::size_t>(16));
+  EXPECT_EQ(260u, block.template HeaderAt<std::size_t>(24));
+  EXPECT_EQ(0u, block.template HeaderAt<std::uint8_t>(32));
+  EXPECT_EQ(0u, block.template HeaderAt<std::uint8_t>(33));
 }
 
 TYPED_TEST(StringMemory, FirstBuffer_IsFilledWithZeros) {
   typename TestFixture::WatchedText string;
   ASSERT_TRUE(string.SetBuffer(100, false));
-  EXPECT_EQ(std::count(string.CStr(), string.CStr() + 101, TypeParam{0}), 101);
+  EXPECT_EQ(101, std::count(string.CStr(), string.CStr() + 101, TypeParam{0}));
 }
 
-TYPED_TEST(StringMemory, FirstHeapBufferAfterAFixedOne_IsFilledWithZerosBehindTheText) {
+TYPED_TEST(StringMemory, FirstHeapBufferAfterAFixedOne_IsZeroedAfterTheText) {
   kx::FixedStringBuffer<TypeParam> fixed;
   typename TestFixture::WatchedText string(fixed);
   string = Letters<TypeParam>(260).c_str();
   ASSERT_TRUE(string.SetBuffer(400, true));
-  EXPECT_EQ(std::count(string.CStr() + 260, string.CStr() + 401, TypeParam{0}), 141);
+  EXPECT_EQ(141, std::count(string.CStr() + 260, string.CStr() + 401, TypeParam{0}));
 }
 
 TYPED_TEST(StringMemory, Destruction_FreesBlockAndHeaderAndReleasesOnce) {
   {
     typename TestFixture::WatchedText string(Letters<TypeParam>(100).c_str());
-    EXPECT_EQ(this->memory.blocks.size(), 2u);
-    EXPECT_EQ(this->memory.releases, 0u);
+    EXPECT_EQ(2u, this->memory.blocks.size());
+    EXPECT_EQ(0u, this->memory.releases);
   }
   EXPECT_TRUE(this->memory.blocks.empty());
-  EXPECT_EQ(this->memory.frees, 2u);
-  EXPECT_EQ(this->memory.releases, 1u);
+  EXPECT_EQ(2u, this->memory.frees);
+  EXPECT_EQ(1u, this->memory.releases);
 }
 
 TYPED_TEST(StringMemory, UnsetString_AsksNothingOfTheManager) {
   {
     typename TestFixture::WatchedText string;
   }
-  EXPECT_EQ(this->memory.allocations, 0u);
-  EXPECT_EQ(this->memory.frees, 0u);
-  EXPECT_EQ(this->memory.releases, 0u);
+  EXPECT_EQ(0u, this->memory.allocations);
+  EXPECT_EQ(0u, this->memory.frees);
+  EXPECT_EQ(0u, this->memory.releases);
 }
 
 TYPED_TEST(StringMemory, FixedBuffer_AvoidsTheHeapFor260Characters) {
@@ -103,9 +103,9 @@ TYPED_TEST(StringMemory, FixedBuffer_AvoidsTheHeapFor260Characters) {
     typename TestFixture::WatchedText string(fixed);
     string = Letters<TypeParam>(260).c_str();
   }
-  EXPECT_EQ(this->memory.allocations, 0u);
-  EXPECT_EQ(this->memory.frees, 0u);
-  EXPECT_EQ(this->memory.releases, 1u);
+  EXPECT_EQ(0u, this->memory.allocations);
+  EXPECT_EQ(0u, this->memory.frees);
+  EXPECT_EQ(1u, this->memory.releases);
 }
 
 TYPED_TEST(StringMemory, FixedBufferOutgrown_FreesOnlyTheHeapBlock) {
@@ -113,34 +113,34 @@ TYPED_TEST(StringMemory, FixedBufferOutgrown_FreesOnlyTheHeapBlock) {
   {
     typename TestFixture::WatchedText string(fixed);
     string = Letters<TypeParam>(261).c_str();
-    EXPECT_EQ(this->memory.blocks.size(), 1u);
+    EXPECT_EQ(1u, this->memory.blocks.size());
     const BlockView<TypeParam> block(string);
-    EXPECT_EQ(block.template HeaderAt<std::uint8_t>(32), 1u);
-    EXPECT_EQ(block.template HeaderAt<std::uint8_t>(33), 0u);
+    EXPECT_EQ(1u, block.template HeaderAt<std::uint8_t>(32));
+    EXPECT_EQ(0u, block.template HeaderAt<std::uint8_t>(33));
   }
   EXPECT_TRUE(this->memory.blocks.empty());
-  EXPECT_EQ(this->memory.frees, 1u);
-  EXPECT_EQ(this->memory.releases, 1u);
+  EXPECT_EQ(1u, this->memory.frees);
+  EXPECT_EQ(1u, this->memory.releases);
 }
 
 TYPED_TEST(StringMemory, Growth_ResizesTheBlockItHas) {
   typename TestFixture::WatchedText string(Letters<TypeParam>(64).c_str());
   string = Letters<TypeParam>(65).c_str();
-  EXPECT_EQ(this->memory.allocations, 2u);
-  EXPECT_EQ(this->memory.reallocations, 1u);
-  EXPECT_EQ(this->memory.blocks.at(BlockView<TypeParam>(string).Address()), this->BlockBytes(128));
+  EXPECT_EQ(2u, this->memory.allocations);
+  EXPECT_EQ(1u, this->memory.reallocations);
+  EXPECT_EQ(this->BlockBytes(128), this->memory.blocks.at(BlockView<TypeParam>(string).Address()));
 }
 
 TYPED_TEST(StringMemory, RefusedResize_IsDoneWithASecondBlock) {
   typename TestFixture::WatchedText string(Letters<TypeParam>(64).c_str());
   this->memory.isReallocationRefused = true;
   ASSERT_TRUE(string.Append(Text<TypeParam>("!").c_str()));
-  EXPECT_EQ(TextOf(string), Letters<TypeParam>(64) + Text<TypeParam>("!"));
-  EXPECT_EQ(this->memory.blocks.size(), 2u);
-  EXPECT_EQ(this->memory.frees, 1u);
-  EXPECT_EQ(this->memory.releases, 0u);
+  EXPECT_EQ(Letters<TypeParam>(64) + Text<TypeParam>("!"), TextOf(string));
+  EXPECT_EQ(2u, this->memory.blocks.size());
+  EXPECT_EQ(1u, this->memory.frees);
+  EXPECT_EQ(0u, this->memory.releases);
   ASSERT_TRUE(string.SetBuffer(10, true));
-  EXPECT_EQ(TextOf(string), Letters<TypeParam>(10));
+  EXPECT_EQ(Letters<TypeParam>(10), TextOf(string));
 }
 
 TYPED_TEST(StringMemory, NoMemoryToGrow_ReturnsFalseAndChangesNothing) {
@@ -151,8 +151,8 @@ TYPED_TEST(StringMemory, NoMemoryToGrow_ReturnsFalseAndChangesNothing) {
   EXPECT_FALSE(string.SetBuffer(10, false));
   EXPECT_FALSE(string.Assign(Letters<TypeParam>(65).c_str()));
   EXPECT_FALSE(string.Append(Text<TypeParam>("!").c_str()));
-  EXPECT_EQ(TextOf(string), Letters<TypeParam>(64));
-  EXPECT_EQ(string.Capacity(), 64u);
+  EXPECT_EQ(Letters<TypeParam>(64), TextOf(string));
+  EXPECT_EQ(64u, string.Capacity());
 }
 
 TYPED_TEST(StringMemory, NoMemoryToLeaveTheFixedBuffer_ReturnsFalseAndChangesNothing) {
@@ -161,16 +161,16 @@ TYPED_TEST(StringMemory, NoMemoryToLeaveTheFixedBuffer_ReturnsFalseAndChangesNot
   string = Letters<TypeParam>(260).c_str();
   this->memory.allocationsUntilFailure = 0;
   EXPECT_FALSE(string.Append(Text<TypeParam>("!").c_str()));
-  EXPECT_EQ(TextOf(string), Letters<TypeParam>(260));
-  EXPECT_EQ(string.Capacity(), 260u);
+  EXPECT_EQ(Letters<TypeParam>(260), TextOf(string));
+  EXPECT_EQ(260u, string.Capacity());
 }
 
-TYPED_TEST(StringMemory, NoMemoryForTheFirstBuffer_LeavesTheStringUnsetAndNothingBehind) {
+TYPED_TEST(StringMemory, NoMemoryForTheFirstBuffer_LeavesTheStringUnset) {
   for (const std::size_t granted : {0u, 1u}) {
     typename TestFixture::WatchedText string;
     this->memory.allocationsUntilFailure = granted;
     EXPECT_FALSE(string.Assign(Text<TypeParam>("").c_str()));
-    EXPECT_EQ(string.Capacity(), 0u);
+    EXPECT_EQ(0u, string.Capacity());
     EXPECT_TRUE(this->memory.blocks.empty());
   }
 }
@@ -181,13 +181,13 @@ TYPED_TEST(StringMemory, Move_LeavesOneOwnerOfTheBuffer) {
     typename TestFixture::WatchedText moved(std::move(string));
     typename TestFixture::WatchedText assigned(Letters<TypeParam>(6).c_str());
     assigned = std::move(moved);
-    EXPECT_EQ(this->memory.blocks.size(), 2u);
+    EXPECT_EQ(2u, this->memory.blocks.size());
   }
   EXPECT_TRUE(this->memory.blocks.empty());
-  EXPECT_EQ(this->memory.releases, 2u);
+  EXPECT_EQ(2u, this->memory.releases);
 }
 
-TYPED_TEST(StringMemory, EveryOperation_LeavesNoMemoryBehind) {
+TYPED_TEST(StringMemory, EveryOperation_LeaksNoMemory) {
   {
     typename TestFixture::WatchedText string;
     for (std::size_t length = 0; length < 3000; length += 37) {

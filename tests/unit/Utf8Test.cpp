@@ -50,7 +50,7 @@ TEST(Utf8, MalformedSequences_ComeOutAsTheReplacementCharacter) {
   EXPECT_STREQ("a\xEF\xBF\xBD", kx::ToUtf8(L"a\xD800").CStr());
 }
 
-// The platform refuses hardly any text of its own accord, so it is made to.
+// The platform refuses hardly any text, so the test replaces its function.
 int WINAPI RefuseWide(UINT, DWORD, LPCWSTR, int, LPSTR, int, LPCSTR, LPBOOL) { return 0; }
 int WINAPI RefuseNarrow(UINT, DWORD, LPCSTR, int, LPWSTR, int) { return 0; }
 int WINAPI RefuseAfterTheSizeCallWide(UINT, DWORD, LPCWSTR, int, LPSTR buffer, int, LPCSTR,

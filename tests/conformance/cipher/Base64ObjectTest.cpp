@@ -45,7 +45,7 @@ BufferResult DecodeToBuffer(Cifra::IBase64& base64, const std::string& text, std
   BufferResult outcome{0, capacity, Bytes(capacity + 8, kUntouched)};
   outcome.result = base64.DecodeToBuffer(text, outcome.buffer.data(), &outcome.size);
   for (std::size_t i = capacity; i < outcome.buffer.size(); ++i) {
-    EXPECT_EQ(kUntouched, outcome.buffer[i]) << "byte " << i << " behind the capacity";
+    EXPECT_EQ(kUntouched, outcome.buffer[i]) << "byte " << i << " after the capacity";
   }
   outcome.buffer.resize(capacity);
   return outcome;
@@ -69,7 +69,7 @@ TEST_F(Base64Object, Encode_OfEmptyInput_GivesAnEmptyText) {
   EXPECT_EQ("", output);
 }
 
-TEST_F(Base64Object, Encode_OfALengthWhoseEncodedLengthExceeds64Bits_ThrowsAndKeepsTheOutput) {
+TEST_F(Base64Object, Encode_OfALengthThatOverflows_ThrowsAndKeepsTheOutput) {
   std::string output = "previous content";
   for (const std::uint64_t length : {~std::uint64_t{0}, std::uint64_t{3} << 62}) {
     EXPECT_ANY_THROW(base64->Encode(nullptr, length, output, true)) << length;
@@ -112,7 +112,7 @@ TEST_F(Base64Object, Decode_OfTextWithOnePaddingCharacterMissing_Fails) {
   Decode("Zm9vYg=", kCifraFunctionFailed);
 }
 
-TEST_F(Base64Object, DecodeToBuffer_OfTextWithOnePaddingCharacterMissing_TakesTheOtherForData) {
+TEST_F(Base64Object, DecodeToBuffer_WithOneOfTwoPaddingCharacters_Fails) {
   for (const std::size_t capacity : {6u, 7u, 100u}) {
     const BufferResult outcome = DecodeToBuffer(*base64.Get(), "Zm9vYg=", capacity);
     EXPECT_EQ(kCifraFunctionFailed, outcome.result) << capacity;

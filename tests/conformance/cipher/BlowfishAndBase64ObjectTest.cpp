@@ -53,7 +53,7 @@ TEST_F(BlowfishAndBase64Object, EncodeText_OfAnEmptyText_NeedsNoKeyAndNoParts) {
   }
 }
 
-TEST_F(BlowfishAndBase64Object, EncodeText_OfOneCharacter_GivesTwelveCharactersWithOnePadding) {
+TEST_F(BlowfishAndBase64Object, EncodeText_OfOneCharacter_GivesTwelveWithOnePadding) {
   const std::wstring encoded = Encode(L"x");
   EXPECT_EQ(12u, encoded.size());
   EXPECT_EQ(L'=', encoded[11]);
@@ -85,7 +85,7 @@ TEST_F(BlowfishAndBase64Object, DecodeText_OfLongTexts_GivesThemWhole) {
   EXPECT_EQ(text, Decode(Encode(text)));
 }
 
-TEST_F(BlowfishAndBase64Object, DecodeText_WithAnotherKey_GivesThePlaintextUpToItsFirstZeroByte) {
+TEST_F(BlowfishAndBase64Object, DecodeText_WithAnotherKey_GivesTextUpToTheFirstZeroByte) {
   const std::wstring encoded = Encode(L"a text of more than one block");
   SetKey("another key");
   std::string bytes;
@@ -95,8 +95,7 @@ TEST_F(BlowfishAndBase64Object, DecodeText_WithAnotherKey_GivesThePlaintextUpToI
   EXPECT_EQ(std::wstring(expected), Decode(encoded));
 }
 
-TEST_F(BlowfishAndBase64Object,
-       DecodeText_OfACharacterOutsideTheAlphabet_GivesAnEmptyTextAndFails) {
+TEST_F(BlowfishAndBase64Object, DecodeText_OfAnInvalidCharacter_GivesAnEmptyTextAndFails) {
   std::wstring encoded = Encode(L"text");
   encoded[3] = L' ';
   EXPECT_EQ(L"", Decode(encoded, kFailure));
@@ -171,7 +170,7 @@ TEST_F(BlowfishAndBase64Object, SetKey_ThatIsRefused_LeavesTheKeyInForce) {
   EXPECT_EQ(before, Encode(L"text"));
 }
 
-// What the object that is watched held when its memory was freed.
+// The content of the watched object when its memory was freed.
 const void* watchedObject = nullptr;
 std::string freedContent;
 void FreeWatched(void* block) {
@@ -190,7 +189,7 @@ TEST(BlowfishAndBase64ObjectKey, IsWipedBeforeItsMemoryIsFreed) {
     doomed->SetKey(reinterpret_cast<const std::uint8_t*>(key.data()),
                    static_cast<std::uint32_t>(key.size()));
     const std::string content(static_cast<const char*>(watchedObject), 2 * sizeof(void*) + 56);
-    EXPECT_EQ(2 * sizeof(void*), content.find(key)) << "the key stands behind the two bases";
+    EXPECT_EQ(2 * sizeof(void*), content.find(key)) << "the key follows the two bases";
   }
   EXPECT_LT(0u, freedContent.size());
   EXPECT_EQ(std::string::npos, freedContent.find(key.substr(0, 8)));

@@ -47,7 +47,7 @@ Bytes Padded(Bytes bytes) {
   return bytes;
 }
 
-TEST_F(BlowfishObject, Encrypt_OfTheZeroBlockUnderTheZeroKey_GivesThePublishedHalvesByteReversed) {
+TEST_F(BlowfishObject, Encrypt_OfTheZeroBlock_GivesThePublishedHalvesReversed) {
   SetKey(Bytes(8, 0));
   // Published: 4EF997456198DD78.
   EXPECT_EQ((Bytes{0x45, 0x97, 0xF9, 0x4E, 0x78, 0xDD, 0x98, 0x61}), Encrypt(Bytes(8, 0)));
@@ -94,7 +94,7 @@ TEST_F(BlowfishObject, EveryLengthUpTo200_RoundTripsAndEqualsItsBlocksAlone) {
   }
 }
 
-TEST_F(BlowfishObject, Encrypt_InPlace_PadsWithZeroBytesWhateverStoodBehindTheInput) {
+TEST_F(BlowfishObject, Encrypt_InPlace_PadsWithZeroBytes) {
   for (const std::size_t length : {1u, 7u, 8u, 9u, 17u, 100u, 4095u}) {
     const Bytes plain = Counting(length);
     Bytes buffer = plain;
@@ -118,7 +118,7 @@ TEST_F(BlowfishObject, Decrypt_InPlace_GivesTheSameAsIntoAnotherBuffer) {
   EXPECT_EQ(expected, buffer);
 }
 
-TEST_F(BlowfishObject, Decrypt_OfABrokenBlock_DeciphersTheWholeBlocksAndDropsTheRest) {
+TEST_F(BlowfishObject, Decrypt_OfAPartialLastBlock_DropsIt) {
   const Bytes encrypted = Encrypt(Counting(24));
   for (std::size_t length = 0; length <= encrypted.size(); ++length) {
     const Bytes cut(encrypted.begin(), encrypted.begin() + static_cast<std::ptrdiff_t>(length));
@@ -128,7 +128,7 @@ TEST_F(BlowfishObject, Decrypt_OfABrokenBlock_DeciphersTheWholeBlocksAndDropsThe
   }
 }
 
-// Memory whose last byte is followed by a page that faults when it is touched.
+// Memory whose last byte is followed by a page that faults on access.
 class GuardedBytes {
  public:
   explicit GuardedBytes(const Bytes& content)
@@ -152,22 +152,22 @@ class GuardedBytes {
   std::uint8_t* bytes;
 };
 
-TEST_F(BlowfishObject, Operations_NeitherReadBehindTheInputNorWriteBehindTheOutput) {
-  constexpr std::size_t kRoom = 128;
+TEST_F(BlowfishObject, Operations_StayWithinInputAndOutput) {
+  constexpr std::size_t kOutputSize = 128;
   const Bytes content = Counting(100);
   for (std::size_t length = 0; length <= content.size(); ++length) {
     const Bytes input(content.begin(), content.begin() + static_cast<std::ptrdiff_t>(length));
     const GuardedBytes guarded(input);
     for (const bool decrypts : {false, true}) {
-      // A vector that shrinks keeps what stood behind its new end.
-      Bytes output(kRoom, 0xEE);
+      // A vector that shrinks keeps the bytes after its new end.
+      Bytes output(kOutputSize, 0xEE);
       if (decrypts) {
         blowfish->Decrypt(guarded.Data(), length, output);
       } else {
         blowfish->Encrypt(guarded.Data(), length, output);
       }
       EXPECT_EQ(decrypts ? Decrypt(input) : Encrypt(input), output) << length;
-      EXPECT_TRUE(std::all_of(output.data() + output.size(), output.data() + kRoom,
+      EXPECT_TRUE(std::all_of(output.data() + output.size(), output.data() + kOutputSize,
                               [](std::uint8_t byte) { return byte == 0xEE; }))
           << length;
     }
@@ -222,7 +222,7 @@ TEST_F(BlowfishObject, Encrypt_IntoAnOutputThatCannotGrow_ThrowsAndKeepsItsConte
   EXPECT_EQ((Bytes{1, 2, 3}), output);
 }
 
-TEST_F(BlowfishObject, Encrypt_OfALengthWhosePaddedLengthExceeds64Bits_ThrowsLengthError) {
+TEST_F(BlowfishObject, Encrypt_OfALengthThatOverflows_ThrowsLengthError) {
   Bytes output = {1, 2, 3};
   for (std::uint64_t below = 1; below <= 8; ++below) {
     EXPECT_THROW(blowfish->Encrypt(nullptr, 0 - below, output), std::length_error) << below;
@@ -231,7 +231,7 @@ TEST_F(BlowfishObject, Encrypt_OfALengthWhosePaddedLengthExceeds64Bits_ThrowsLen
   EXPECT_EQ((Bytes{1, 2, 3}), output);
 }
 
-// What became of the tables that the library freed.
+// The content of the tables that the library freed.
 struct FreedTables {
   int wiped = 0;
   int unwiped = 0;

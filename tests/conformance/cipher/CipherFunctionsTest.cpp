@@ -16,31 +16,31 @@ using Cifra::Test::Library;
 constexpr char kUntouched = '\x7E';
 constexpr char kKey[] = "a key";
 
-// What one call did: its result, and the text it wrote when it succeeded.
+// The result of one call and, on success, the text it wrote.
 struct Outcome {
   std::uint32_t result;
   std::string text;
 };
 
-// Calls a function with a destination of exactly `room` bytes and makes sure that nothing behind
-// it, and on failure nothing of it, is written.
+// Calls a function with a destination of exactly `size` bytes and checks that no byte after it, and
+// on failure no byte of it, is written.
 Outcome Call(CifraTextCipherFunction function, const char* text, const char* key,
-             std::int32_t room = 4096) {
-  const std::size_t roomBytes = room < 0 ? 0 : static_cast<std::size_t>(room);
-  std::vector<char> buffer(roomBytes + 16, kUntouched);
-  const std::uint32_t result = function(text, key, buffer.data(), room);
-  for (std::size_t i = result == kCifraSuccess ? roomBytes : 0; i < buffer.size(); ++i) {
+             std::int32_t size = 4096) {
+  const std::size_t sizeInBytes = size < 0 ? 0 : static_cast<std::size_t>(size);
+  std::vector<char> buffer(sizeInBytes + 16, kUntouched);
+  const std::uint32_t result = function(text, key, buffer.data(), size);
+  for (std::size_t i = result == kCifraSuccess ? sizeInBytes : 0; i < buffer.size(); ++i) {
     EXPECT_EQ(kUntouched, buffer[i]) << "byte " << i;
   }
   return {result, result == kCifraSuccess ? buffer.data() : ""};
 }
 
-Outcome Encode(const char* text, const char* key = kKey, std::int32_t room = 4096) {
-  return Call(Library().blowfishAndBase64Encode, text, key, room);
+Outcome Encode(const char* text, const char* key = kKey, std::int32_t size = 4096) {
+  return Call(Library().blowfishAndBase64Encode, text, key, size);
 }
 
-Outcome Decode(const char* text, const char* key = kKey, std::int32_t room = 4096) {
-  return Call(Library().base64AndBlowfishDecode, text, key, room);
+Outcome Decode(const char* text, const char* key = kKey, std::int32_t size = 4096) {
+  return Call(Library().base64AndBlowfishDecode, text, key, size);
 }
 
 TEST(CipherFunctions, Encode_OfAnEmptyText_WritesAnEmptyText) {
@@ -58,9 +58,9 @@ TEST(CipherFunctions, Encode_OfOneCharacter_GivesTwelveCharactersEndingInPadding
   EXPECT_EQ('=', outcome.text.back());
 }
 
-TEST(CipherFunctions, Encode_IntoElevenBytesForTwelveCharacters_GivesInsufficientBuffer) {
-  for (const std::int32_t room : {11, 1, 0, -1, -2147483647}) {
-    EXPECT_EQ(kCifraInsufficientBuffer, Encode("x", kKey, room).result) << room;
+TEST(CipherFunctions, Encode_IntoOneByteLessThanTheText_GivesInsufficientBuffer) {
+  for (const std::int32_t size : {11, 1, 0, -1, -2147483647}) {
+    EXPECT_EQ(kCifraInsufficientBuffer, Encode("x", kKey, size).result) << size;
   }
 }
 
@@ -76,14 +76,14 @@ const Cifra::Test::ChildAction kEncodeTextOfLength(
           text.c_str(), kKey, destination.data(), std::stoi(arguments[1])));
     });
 
-TEST(CipherFunctions, Encode_IntoTwelveBytesForTwelveCharacters_EndsTheProcessSilently) {
+TEST(CipherFunctions, Encode_WithoutSpaceForTheTerminator_EndsTheProcessSilently) {
   const Cifra::Test::ChildResult child =
       Cifra::Test::RunChild(L"EncodeTextOfLength", {L"1", L"12"});
   EXPECT_EQ(Cifra::Test::kFailFast, child.exitCode);
   EXPECT_EQ("", child.output);
 }
 
-TEST(CipherFunctions, Encode_OfTextWhoseBase64FormNeedsTheWholeBuffer_EndsTheProcessSilently) {
+TEST(CipherFunctions, Encode_OfTextThatFillsTheBuffer_EndsTheProcessSilently) {
   EXPECT_EQ(0u, Cifra::Test::RunChild(L"EncodeTextOfLength", {L"760", L"4096"}).exitCode);
   const Cifra::Test::ChildResult child =
       Cifra::Test::RunChild(L"EncodeTextOfLength", {L"761", L"4096"});
@@ -141,7 +141,7 @@ TEST(CipherFunctions, Decode_IntoTenBytesForTenCharacters_EndsTheProcessSilently
   EXPECT_EQ("", child.output);
 }
 
-TEST(CipherFunctions, BothFunctions_RejectANullEmptyOrOverlongKeyWithInvalidParameter) {
+TEST(CipherFunctions, BothFunctions_RejectANullEmptyOrOverlongKey) {
   const std::string longestKey(56, 'k');
   const std::string overlongKey(57, 'k');
   for (const CifraTextCipherFunction function :

@@ -7,9 +7,9 @@
 extern "C" {
 #endif
 
-/* Encodes text and decodes the result into decoded, a buffer of room bytes. */
+/* Encodes text and decodes the result into decoded, a buffer of size bytes. */
 int RoundTripFromC(CifraTextCipherFunction encode, CifraTextCipherFunction decode, const char* text,
-                   char* decoded, int32_t room);
+                   char* decoded, int32_t size);
 
 #ifdef __cplusplus
 }

@@ -64,12 +64,12 @@ TEST(Factory, CreateObject_ReturnsTheInterfaceItIsAskedFor) {
   ASSERT_EQ(kCifraSuccess, TryCreate(Cifra::kBase64ObjectId, Cifra::IBase64::kInterfaceId, result));
   auto* base64 = static_cast<Cifra::IBase64*>(result);
   EXPECT_EQ(3u, base64->GetDecodedSize(4));
-  // The object's interface is its first base here, and the base interface stands behind it.
+  // The service interface is the object's first base here, and the base interface follows it.
   Library().destroyObject(Cifra::kBase64ObjectId,
                           reinterpret_cast<IKxBaseInterface*>(static_cast<void**>(result) + 1));
 }
 
-TEST(Factory, CreateObject_WithAnInterfaceTheObjectLacks_GivesNotFoundAndDestroysTheObject) {
+TEST(Factory, CreateObject_WithoutTheInterface_DestroysTheObject) {
   const Cifra::Test::CountedHeap heap;
   for (const ObjectKind& kind : kKinds) {
     for (const ObjectKind& other : kKinds) {
@@ -101,7 +101,7 @@ TEST(Factory, CreateObject_KnowsTheCombinedObjectOnlyAsBowfish) {
   EXPECT_EQ(kCifraSuccess, combined.result);
 }
 
-TEST(Factory, CreateObject_OfMd5AsItsBase_SucceedsAndAsBlowfish_GivesNotFound) {
+TEST(Factory, CreateObject_OfMd5AsBlowfish_GivesNotFound) {
   IKxBaseInterface* md5 = Create(Cifra::kMd5ObjectId);
   EXPECT_NE(nullptr, md5);
   Library().destroyObject(Cifra::kMd5ObjectId, md5);
@@ -110,7 +110,7 @@ TEST(Factory, CreateObject_OfMd5AsItsBase_SucceedsAndAsBlowfish_GivesNotFound) {
   EXPECT_EQ(nullptr, result);
 }
 
-TEST(Factory, CreateObject_OfSha256UnderTheMd5Identifier_GivesItsSha256Interface) {
+TEST(Factory, CreateObject_OfSha256AsMd5_GivesItsSha256Interface) {
   const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
   EXPECT_EQ(sha256.Get(), sha256.Base()->QueryInterface(Cifra::IMd5::kInterfaceId));
   kx::StringT<wchar_t> digest;
@@ -137,7 +137,7 @@ TEST(Factory, CreateObject_MakesADistinctObjectEachTime) {
   }
 }
 
-TEST(Factory, DestroyObject_UnderAnotherClassesIdentifier_LeavesTheObjectAlive) {
+TEST(Factory, DestroyObject_UnderAnotherIdentifier_LeavesTheObjectAlive) {
   const Cifra::Test::CountedHeap heap;
   const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
   const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
@@ -165,7 +165,7 @@ TEST(Factory, DestroyObject_GivesAllMemoryBack) {
   }
 }
 
-// A creation for which there is no memory at all.
+// Creates an object without any memory.
 void ExpectBadAlloc() {
   Cifra::Test::CountedHeap heap;
   heap.FailAfter(0);
@@ -175,8 +175,8 @@ void ExpectBadAlloc() {
       std::bad_alloc);
 }
 
-// Fails the allocations of one creation in turn until it gets through.
-TEST(Factory, CreateObject_WithoutMemory_ThrowsBadAllocAndLeavesNothingBehind) {
+// Fails each allocation of a creation in turn until it succeeds.
+TEST(Factory, CreateObject_WithoutMemory_ThrowsBadAllocWithoutALeak) {
   ExpectBadAlloc();  // the first exception of a process sets up what the runtime then keeps
   for (const ObjectKind& kind : kKinds) {
     if (kind.objectId == Cifra::kDigitalSignatureObjectId) {
@@ -207,7 +207,7 @@ TEST(Factory, CreateObject_WithoutMemory_ThrowsBadAllocAndLeavesNothingBehind) {
   }
 }
 
-// Fails the allocations of one creation in turn, until one of its string ends the process.
+// Fails each allocation of a creation in turn until a string's ends the process.
 const Cifra::Test::ChildAction kCreateSignature(L"CreateSignatureWithoutMemory", [](const auto&) {
   Cifra::Test::CountedHeap heap;
   for (int succeeding = 0;; ++succeeding) {
@@ -221,7 +221,7 @@ const Cifra::Test::ChildAction kCreateSignature(L"CreateSignatureWithoutMemory",
   }
 });
 
-TEST(Factory, CreateObject_WithoutMemoryForTheSignaturesPath_EndsTheProcessSilently) {
+TEST(Factory, CreateObject_WithoutMemoryForThePath_EndsTheProcessSilently) {
   const Cifra::Test::ChildResult child = Cifra::Test::RunChild(L"CreateSignatureWithoutMemory");
   EXPECT_EQ(Cifra::Test::kFailFast, child.exitCode);
   EXPECT_EQ("", child.output);
@@ -229,7 +229,7 @@ TEST(Factory, CreateObject_WithoutMemoryForTheSignaturesPath_EndsTheProcessSilen
 
 TEST(Factory, CreateObject_AfterAFailure_ServesOtherThreads) {
   ExpectBadAlloc();
-  // A registry lock that was not given back would hold this thread up for ever.
+  // A registry lock that was not released would block this thread for ever.
   std::thread([] {
     Library().destroyObject(Cifra::kBlowfishObjectId, Create(Cifra::kBlowfishObjectId));
   }).join();

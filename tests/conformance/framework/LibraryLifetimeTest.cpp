@@ -37,7 +37,7 @@ void UseHash(const wchar_t* objectId, Cifra::Test::CifraLibrary& library) {
   Require(hash->HashFile(L"missing", digest) != kCifraSuccess);
 }
 
-// Every object, every function, and HashFile, which obtains an object by itself.
+// Every object, every function, and HashFile, which creates an object of its own.
 void UseEverything(Cifra::Test::CifraLibrary& library) {
   for (int i = 0; i < 10; ++i) {
     const Cifra::Test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId,
@@ -108,8 +108,7 @@ TEST(LibraryLifetime, LoadingAgain_RegistersTheObjectsAnew) {
   EXPECT_EQ(static_cast<std::uint32_t>(kGone), Cifra::Test::RunChild(L"LoadAgain").exitCode);
 }
 
-// What is printed of the library's end: the identifier in each block that it frees, and the
-// registry.
+// What the library frees when it is unloaded: the identifier in each block, and the registry.
 std::wstring lastFreed;
 const void* lastDeleted = nullptr;
 
@@ -125,7 +124,7 @@ void PrintFreed(void* block) {
       lastFreed = id;
     }
   }
-  // The runtime has locks too; the registry's stands behind a map.
+  // The runtime has locks too; the registry's follows a map.
   if (block && lastDeleted == static_cast<const char*>(block) + sizeof(std::map<int, int>)) {
     std::printf("registry\n");
   }
@@ -140,7 +139,7 @@ void WINAPI RememberDeleted(LPCRITICAL_SECTION section) {
 const Cifra::Test::ChildAction kWatchUnload(L"WatchUnload", [](const auto&) {
   {
     Cifra::Test::CifraLibrary library;
-    // Never undone: what they changed is unloaded.
+    // Never undone: the patched module is unloaded.
     new Cifra::Test::ImportPatch(library.Module(), "free", &PrintFreed);
     new Cifra::Test::ImportPatch(library.Module(), "DeleteCriticalSection", &RememberDeleted);
   }
@@ -148,9 +147,9 @@ const Cifra::Test::ChildAction kWatchUnload(L"WatchUnload", [](const auto&) {
   return WhetherLoaded();
 });
 
-// Static objects of one file go in the reverse of the order in which they came, so that the order
-// of the end is that of the beginning too.
-TEST(LibraryLifetime, Unloading_EndsTheDeclarationsInReverseOrderAndThenTheRegistry) {
+// Static objects of one file are destroyed in reverse order of construction: the order at the end
+// proves that at the start.
+TEST(LibraryLifetime, Unloading_EndsDeclarationsInReverseAndThenTheRegistry) {
   const Cifra::Test::ChildResult child = Cifra::Test::RunChild(L"WatchUnload");
   EXPECT_EQ(static_cast<std::uint32_t>(kGone), child.exitCode);
   EXPECT_EQ((std::vector<std::string>{"Cifra.Sha256", "Cifra.Md5", "Cifra.DigitalSignature",

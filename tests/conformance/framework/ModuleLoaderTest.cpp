@@ -15,7 +15,9 @@
 #include "support/ProgramArguments.h"
 #include "support/TempDirectory.h"
 
-// Where the library looks for its own file. Each test lays files out in directories of its own and
+// Where the library looks for its own file. Each test arranges files in its own directories and
+// Where the library looks for its own file. Each test arranges files in its own directories and
+// Where the library looks for its own file. Each test arranges files in its own directories and
 // runs a copy of this program there as the host.
 namespace {
 
@@ -24,7 +26,7 @@ using Cifra::Test::ChildResult;
 using Cifra::Test::ImportPatch;
 using Cifra::Test::Library;
 
-// What the library under test asked of the system loader, in order.
+// The library's calls of the system loader, in order.
 std::vector<std::string> loaderCalls;
 
 std::string Utf8(const wchar_t* text) {
@@ -40,8 +42,8 @@ HMODULE WINAPI RecordLoad(LPCWSTR file, HANDLE reserved, DWORD flags) {
   return LoadLibraryExW(file, reserved, flags);
 }
 
-// The host: loads the library from the file given, encodes a text with it, and prints the result,
-// the text and every load that the library tried, a line each.
+// The host: loads the library from the given file, encodes a text with it, and prints the result,
+// the text and every load that the library attempted, one per line.
 const Cifra::Test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arguments) {
   Cifra::Test::CifraLibrary library(arguments[0]);
   const ImportPatch patch(library.Module(), "LoadLibraryExW", &RecordLoad);
@@ -51,9 +53,9 @@ const Cifra::Test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arg
   for (const std::string& call : loaderCalls) {
     std::printf("%s\n", call.c_str());
   }
-  // The library was loaded from elsewhere: what it loaded from here it must have freed.
-  const fs::path besideHost = Cifra::Test::ProgramFile().parent_path() / L"Cifra.dll";
-  return GetModuleHandleW(besideHost.c_str()) ? 1 : 0;
+  // The library was loaded from elsewhere and must have freed what it loaded from here.
+  const fs::path inHostDirectory = Cifra::Test::ProgramFile().parent_path() / L"Cifra.dll";
+  return GetModuleHandleW(inHostDirectory.c_str()) ? 1 : 0;
 });
 
 constexpr char kFound[] = "0 lBtnttaLccY=";
@@ -86,26 +88,26 @@ class ModuleLoader : public testing::Test {
   const fs::path library;
 };
 
-TEST_F(ModuleLoader, LibraryBesideTheHost_IsFoundAndItsOwnDirectoryIsNotConsulted) {
+TEST_F(ModuleLoader, LibraryInTheHostsDirectory_IsLoadedFirst) {
   const fs::path own = PutLibrary(library / L"Cifra.dll");
-  const fs::path besideHost = PutLibrary(host.parent_path() / L"Cifra.dll");
+  const fs::path inHostDirectory = PutLibrary(host.parent_path() / L"Cifra.dll");
   const std::vector<std::string> lines = Encode(own);
   ASSERT_EQ(2u, lines.size());
   EXPECT_EQ(kFound, lines[0]);
-  EXPECT_EQ(Load(besideHost), lines[1]);
+  EXPECT_EQ(Load(inHostDirectory), lines[1]);
 }
 
-TEST_F(ModuleLoader, LibraryOnlyInItsOwnDirectory_IsFoundThereAfterTheHostsDirectory) {
+TEST_F(ModuleLoader, LibraryOnlyInItsOwnDirectory_IsLoadedFromThere) {
   const fs::path own = PutLibrary(library / L"Cifra.dll");
-  const fs::path besideHost = host.parent_path() / L"Cifra.dll";
+  const fs::path inHostDirectory = host.parent_path() / L"Cifra.dll";
   // The function loads the combined object's library, and that object those of its two parts.
-  const std::vector<std::string> expected = {kFound,           Load(besideHost), Load(own),
-                                             Load(besideHost), Load(own),        Load(besideHost),
-                                             Load(own)};
+  const std::vector<std::string> expected = {
+      kFound,    Load(inHostDirectory), Load(own), Load(inHostDirectory),
+      Load(own), Load(inHostDirectory), Load(own)};
   EXPECT_EQ(expected, Encode(own));
 }
 
-TEST_F(ModuleLoader, AnotherLibraryOfThatNameBesideTheHost_IsTakenInsteadOfTheRunningOne) {
+TEST_F(ModuleLoader, AnotherCifraInTheHostsDirectory_ReplacesTheRunningOne) {
   PutStandIn(L"OtherCifra.dll", host.parent_path() / L"Cifra.dll");
   const std::vector<std::string> lines = Encode(PutLibrary(library / L"Cifra.dll"));
   ASSERT_EQ(2u, lines.size());
@@ -119,7 +121,7 @@ TEST_F(ModuleLoader, LibraryWithoutAFactoryExport_GivesNotFoundAndIsFreed) {
   EXPECT_EQ(kNotFound, lines[0]);
 }
 
-TEST_F(ModuleLoader, FileThatIsNoLibraryBesideTheHost_LeavesTheOneInItsOwnDirectory) {
+TEST_F(ModuleLoader, InvalidFileInTheHostsDirectory_IsSkipped) {
   std::ofstream(host.parent_path() / L"Cifra.dll") << "no library";
   const fs::path own = PutLibrary(library / L"Cifra.dll");
   EXPECT_EQ(kFound, Encode(own).front());
@@ -138,8 +140,8 @@ TEST_F(ModuleLoader, LibraryInADirectoryWithOtherThanAsciiCharacters_IsFound) {
   EXPECT_EQ(kFound, Encode(PutLibrary(own / L"Cifra.dll")).front());
 }
 
-TEST_F(ModuleLoader, LibraryUnderAPathOfMoreThan260Characters_IsNotFoundBesideItself) {
-  // Paths of that length need the prefix that turns the length limit off.
+TEST_F(ModuleLoader, LibraryPathOfMoreThan260Characters_IsNotSearched) {
+  // Paths of that length need the prefix that lifts the limit.
   const std::wstring longName(120, L'd');
   const fs::path deep = L"\\\\?\\" + (library / longName / longName).wstring();
   CreateDirectoryW(deep.parent_path().c_str(), nullptr);
@@ -153,7 +155,7 @@ TEST_F(ModuleLoader, LibraryUnderAPathOfMoreThan260Characters_IsNotFoundBesideIt
   DeleteFileW(own.c_str());
 }
 
-// The tests below watch the library in this process: what it asks for, and in which order.
+// The tests below watch the library's calls in this process.
 
 std::vector<std::string> calls;
 DWORD loadFlags = 0;
@@ -183,20 +185,20 @@ TEST(ModuleLoaderFlags, AlterTheSearchPath_OnSystemsWithoutSetDefaultDllDirector
   EXPECT_EQ(0x8u, loadFlags);
 }
 
-// The path of the host program as the library is told it.
+// The path of the host program that the library gets.
 std::wstring hostPath;
 
-// Like the platform's older versions, this does not terminate a path that it cuts off.
-DWORD WINAPI GiveHostPath(HMODULE module, LPWSTR text, DWORD room) {
+// Like older versions of the platform, this does not terminate a truncated path.
+DWORD WINAPI GiveHostPath(HMODULE module, LPWSTR text, DWORD size) {
   if (module) {
-    return GetModuleFileNameW(module, text, room);
+    return GetModuleFileNameW(module, text, size);
   }
-  const std::size_t count = std::min<std::size_t>(hostPath.size() + 1, room);
+  const std::size_t count = std::min<std::size_t>(hostPath.size() + 1, size);
   std::copy_n(hostPath.c_str(), count, text);
-  return static_cast<DWORD>(std::min<std::size_t>(hostPath.size(), room));
+  return static_cast<DWORD>(std::min<std::size_t>(hostPath.size(), size));
 }
 
-// Gives the paths at which the library looks for itself below a host whose path has this length.
+// Returns the paths at which the library looks for itself if the host's path has this length.
 std::vector<std::string> PathsTriedUnderAHostPathOf(std::size_t length) {
   hostPath = L"C:\\" + std::wstring(length - 3 - 6, L'd') + L"\\h.exe";
   EXPECT_EQ(length, hostPath.size());
@@ -212,8 +214,8 @@ std::string LoadFrom(const std::wstring& directory) {
   return "load 1100 " + Utf8((directory + L"\\Cifra.dll").c_str());
 }
 
-TEST(ModuleLoaderHostPath, OfUpTo259Characters_LeadsToItsDirectoryThoughTheFilesPathIsLonger) {
-  // From 257 characters on the file's path outgrows the 260 that need no heap.
+TEST(ModuleLoaderHostPath, OfUpTo259Characters_LeadsToItsDirectory) {
+  // From 257 characters on, the file's path exceeds the fixed buffer of 260.
   for (const std::size_t length : {250u, 256u, 257u, 259u}) {
     const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
     ASSERT_LE(2u, tried.size()) << length;
@@ -248,7 +250,7 @@ void RecordDestroy(const wchar_t* objectId, IKxBaseInterface* object) {
   realDestroy(objectId, object);
 }
 
-// What GetProcAddress finds in the place of the library's exports.
+// What GetProcAddress returns instead of the library's exports.
 std::map<std::string, void*> replacements;
 
 FARPROC WINAPI FindReplaced(HMODULE module, LPCSTR name) {
@@ -265,7 +267,7 @@ BOOL WINAPI RecordFree(HMODULE module) {
   return FreeLibrary(module);
 }
 
-// Has a function obtain an object while the exports are replaced, and gives the calls made.
+// Calls a function that needs an object while the exports are replaced; returns the recorded calls.
 std::vector<std::string> CallsWith(std::map<std::string, void*> exports,
                                    std::uint32_t expectedResult) {
   replacements = std::move(exports);
@@ -284,7 +286,7 @@ void* Address(Function* function) {
 
 using Calls = std::vector<std::string>;
 
-TEST(ModuleLoaderRelease, OfAnObject_DestroysItUnderItsIdentifierAndThenFreesTheLibrary) {
+TEST(ModuleLoaderRelease, OfAnObject_DestroysItAndThenFreesTheLibrary) {
   realCreate = Library().createObject;
   realDestroy = Library().destroyObject;
   EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "find KxCreateObject",
@@ -306,7 +308,7 @@ TEST(ModuleLoaderRelease, WithoutKxDestroyObject_FreesTheLibraryAndCreatesNothin
             CallsWith({{"KxDestroyObject", nullptr}}, kCifraNotFound));
 }
 
-// An object without the interface that is asked of it.
+// An object without the requested interface.
 class BareObject final : public IKxBaseInterface {
  public:
   void* QueryInterface(const InterfaceId&) override {
@@ -327,7 +329,7 @@ void DestroyBare(const wchar_t* objectId, IKxBaseInterface* object) {
   calls.push_back("destroy " + Utf8(objectId));
 }
 
-TEST(ModuleLoaderRelease, OfAnObjectThatLacksTheInterface_DestroysItAndThenFreesTheLibrary) {
+TEST(ModuleLoaderRelease, OfAnObjectWithoutTheInterface_DestroysItToo) {
   EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "create", "query",
                    "destroy Cifra.BowfishAndBase64", "free"}),
             CallsWith({{"KxCreateObject", Address(&CreateBare)},

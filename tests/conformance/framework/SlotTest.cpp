@@ -6,8 +6,8 @@
 #include "support/CifraLibrary.h"
 #include "support/Slots.h"
 
-// Calls every operation by its slot number in the object's table, as a caller does that shares
-// nothing with the library but the numbers.
+// Calls every operation by its slot number in the object's table, like a caller that knows nothing
+// but the numbers.
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -52,7 +52,7 @@ TEST(Slots, OfBase64_HoldBothEncodesTheSizeAndBothDecodes) {
   EXPECT_EQ(kPlain, buffer);
 }
 
-TEST(Slots, OfBlowfishAndBase64_HoldSetKeyEncodeTextDecodeToBytesAndDecodeText) {
+TEST(Slots, OfBlowfishAndBase64_AreSetKeyEncodeAndTwoDecodes) {
   const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
   EXPECT_EQ(1u, CallSlot<std::uint32_t>(object.Get(), 0, kKey.data(), std::uint32_t{5}));
   wchar_t encoded[64] = {};

@@ -6,7 +6,7 @@
 #include "support/ChildProcess.h"
 #include "support/ImportPatch.h"
 
-// The conditions of the wide string that end the process, each in a process of its own.
+// The conditions under which a wide string ends the process, each in a child process.
 namespace {
 
 using WideString = kx::StringT<wchar_t>;
@@ -74,7 +74,7 @@ const Cifra::Test::ChildAction kReleaseWithoutTerminator(L"ReleaseWithoutTermina
                                                            return 0;
                                                          });
 
-// A string's code is compiled into who uses it, so that this program's own allocations fail here.
+// A string's code is compiled into its user: here this program's own allocations fail.
 const Cifra::Test::ChildAction kAssignWithoutMemory(L"AssignWithoutMemory", [](const auto&) {
   const Cifra::Test::ImportPatch patch(GetModuleHandleW(nullptr), "malloc", &AllocateNothing);
   const WideString text(L"text");
@@ -100,7 +100,7 @@ TEST(StringFatal, UndamagedString_EndsNoProcess) {
   EXPECT_EQ(0u, Cifra::Test::RunChild(L"DestroyWithoutDamage").exitCode);
 }
 
-TEST(StringFatal, DamagedGuardsAndLengthsBeyondTheCapacity_EndTheProcessSilently) {
+TEST(StringFatal, DamagedGuardsAndExcessiveLengths_EndTheProcessSilently) {
   for (const wchar_t* action : {L"DestroyWithTrailingGuardDamaged", L"DestroyWithFirstGuardDamaged",
                                 L"DestroyWithSecondGuardDamaged", L"AssignFromDamaged",
                                 L"ReleaseBeyondCapacity", L"ReleaseWithoutTerminator"}) {

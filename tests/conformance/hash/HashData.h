@@ -8,10 +8,10 @@
 
 #include "Cifra/Cifra.h"
 
-// Input for the hash objects, and the digests that it must give.
+// Input for the hash objects and its digests.
 namespace Cifra::Test {
 
-// The classes of hash objects, for tests that hold for all of them.
+// The hash object classes, for tests that apply to both.
 struct Md5Kind {
   using Interface = Cifra::IMd5;
   static constexpr const wchar_t* kObjectId = Cifra::kMd5ObjectId;
@@ -23,7 +23,7 @@ struct Sha256Kind {
   static constexpr const char* kHashFileName = "Sha256ObjectImplementation::HashFile";
 };
 
-// Messages makes the messages of tests/data/hash-digests.txt; make-hash-digests.py tells how.
+// Messages generates the messages of tests/data/hash-digests.txt as make-hash-digests.py does.
 class Messages {
  public:
   Messages();
@@ -40,7 +40,7 @@ class Messages {
   std::vector<std::uint8_t> pool;
 };
 
-// A digest of hash-digests.txt, in upper-case digits as the objects write it.
+// A digest of hash-digests.txt, in upper-case digits like those of the objects.
 template <typename Kind>
 std::string KnownDigest(const std::string& name, std::uint64_t number);
 
@@ -49,7 +49,7 @@ std::string UpperCase(std::string text);
 // A text of ASCII characters as narrow text.
 std::string Narrow(const kx::StringT<wchar_t>& text);
 
-// Ends the object's hash and gives its text.
+// Ends the object's hash and returns its text.
 template <typename Hash>
 std::string HashString(Hash& hash) {
   kx::StringT<wchar_t> text;
@@ -57,7 +57,7 @@ std::string HashString(Hash& hash) {
   return Narrow(text);
 }
 
-// The digest of a message that is added at once.
+// The digest of a message added in one piece.
 template <typename Hash>
 std::string HashStringOf(Hash& hash, std::span<const std::uint8_t> message) {
   hash.Init();

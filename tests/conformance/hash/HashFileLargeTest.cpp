@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint64_t kFileBytes = 5'000'000'001;
 constexpr std::size_t kMebibyte = 1 << 20;
 
-// A file of zeros that takes no room on the disk.
+// A file of zeros that takes no disk space.
 void MakeSparseFile(const std::filesystem::path& path, std::uint64_t bytes) {
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
   ASSERT_NE(INVALID_HANDLE_VALUE, file);

@@ -43,7 +43,7 @@ FileHandle Open(const fs::path& path, DWORD access, DWORD sharing) {
 
 bool IsOpenSomewhere(const fs::path& path) { return !Open(path, GENERIC_READ, 0); }
 
-// What the library asked of the platform during a call.
+// The library's calls of the platform during an operation.
 struct Watch {
   std::vector<std::string> calls;
   std::vector<DWORD> wanted;  // bytes, of every read
@@ -76,7 +76,7 @@ BOOL WINAPI WatchedRead(HANDLE file, LPVOID buffer, DWORD wanted, LPDWORD given,
   }
   const BOOL isRead = ReadFile(file, buffer, wanted, given, overlapped);
   watch.given.push_back(*given);
-  EXPECT_TRUE(!watch.buffer || watch.buffer == buffer) << "every read goes to the same buffer";
+  EXPECT_TRUE(!watch.buffer || watch.buffer == buffer) << "every read uses the same buffer";
   watch.buffer = buffer;
   return isRead;
 }
@@ -120,7 +120,7 @@ class Watcher {
 template <typename Kind>
 class HashFile : public testing::Test {
  protected:
-  // Hashes the file and gives the digest.
+  // Hashes the file and returns the digest.
   std::string Digest(const fs::path& path) {
     kx::StringT<wchar_t> output(kEarlierContent);
     EXPECT_EQ(kCifraSuccess, hash->HashFile(path.c_str(), output));
@@ -131,11 +131,11 @@ class HashFile : public testing::Test {
   std::uint32_t Error(const fs::path& path) {
     kx::StringT<wchar_t> output(kEarlierContent);
     const std::uint32_t error = hash->HashFile(path.c_str(), output);
-    EXPECT_STREQ(kEarlierContent, output.CStr()) << "the output of a failure is left alone";
+    EXPECT_STREQ(kEarlierContent, output.CStr()) << "a failure leaves the output unchanged";
     return error;
   }
 
-  // The digest of a file of this size that Cifra::Test::WriteFileOfSize made.
+  // The digest of a file of this size from Cifra::Test::WriteFileOfSize.
   std::string ExpectedDigest(std::size_t size) {
     const Object<typename Kind::Interface> another(Kind::kObjectId);
     return HashStringOf(*another.Get(), BytesOf(Cifra::Test::ContentOfSize(size)));
@@ -301,7 +301,7 @@ TYPED_TEST(HashFile, PathWithOtherThanAsciiCharacters_IsOpened) {
 }
 
 TYPED_TEST(HashFile, PathOfMoreThan260Characters_IsOpened) {
-  // Paths of that length need the prefix that turns the length limit off.
+  // Paths of that length need the prefix that lifts the limit.
   const fs::path deep = L"\\\\?\\" + (this->directory / std::wstring(200, L'd')).wstring();
   ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
   const fs::path path = deep / std::wstring(100, L'f');
@@ -329,7 +329,7 @@ TYPED_TEST(HashFile, FilesOnTwoThreads_DoNotDisturbEachOther) {
   EXPECT_EQ(this->ExpectedDigest(77), digests[1]);
 }
 
-TYPED_TEST(HashFile, LeavesNoMemoryBehind) {
+TYPED_TEST(HashFile, LeaksNoMemory) {
   const fs::path path = this->MakeFile(L"file", 10);
   const Cifra::Test::CountedHeap heap;
   this->Digest(path);
@@ -337,11 +337,11 @@ TYPED_TEST(HashFile, LeavesNoMemoryBehind) {
   EXPECT_EQ(0, heap.LiveBlocks());
 }
 
-TYPED_TEST(HashFile, WithoutMemoryAtAnyPoint_RaisesBadAllocAndGivesEverythingBack) {
+TYPED_TEST(HashFile, WithoutMemoryAtAnyPoint_ThrowsBadAllocWithoutALeak) {
   const fs::path path = this->MakeFile(L"file", 10);
   kx::StringT<wchar_t> output(kEarlierContent);
   {
-    // What the runtime allocates for a thread's first exception it keeps.
+    // The runtime keeps what it allocates for a thread's first exception.
     Cifra::Test::CountedHeap heap;
     heap.FailAfter(0);
     EXPECT_THROW(this->hash->HashFile(path.c_str(), output), std::bad_alloc);

@@ -8,7 +8,7 @@
 #include "support/CountedHeap.h"
 #include "support/TestData.h"
 
-// What holds for both hash objects.
+// Tests that apply to both hash objects.
 namespace {
 
 using Cifra::Test::Bytes;
@@ -52,7 +52,7 @@ TYPED_TEST(HashObject, QueryInterface_AnswersTheBaseAndTheIdentifierThatBothShar
   ASSERT_EQ(kCifraSuccess, Library().createObject(TypeParam::kObjectId, &kShared, &created));
   auto* const made = static_cast<typename TypeParam::Interface*>(created);
   EXPECT_EQ(KnownDigest<TypeParam>("prefix", 0), HashString(*made));
-  // The service's face comes first in the object, the base's behind it.
+  // The service interface comes first in the object, the base interface second.
   Library().destroyObject(TypeParam::kObjectId,
                           reinterpret_cast<IKxBaseInterface*>(static_cast<void**>(created) + 1));
 }
@@ -155,7 +155,7 @@ TYPED_TEST(HashObject, ObjectsOfEightThreads_DoNotDisturbEachOther) {
   }
 }
 
-TYPED_TEST(HashObject, DestroyedObject_LeavesNoMemoryBehind) {
+TYPED_TEST(HashObject, DestroyedObject_LeaksNoMemory) {
   const Cifra::Test::CountedHeap heap;
   {
     const Object<typename TypeParam::Interface> another(TypeParam::kObjectId);

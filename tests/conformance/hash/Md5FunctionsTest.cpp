@@ -22,7 +22,7 @@ const auto calculateTextMd5 = Library().Export<decltype(CalculateTextMd5)>("Calc
 const auto calculateWideCharTextMd5 =
     Library().Export<decltype(CalculateWideCharTextMd5)>("CalculateWideCharTextMd5");
 
-// Calls one of the two functions and gives the text that it wrote.
+// Calls one of the two functions and returns the text that it wrote.
 template <typename Function, typename Text>
 std::string Call(Function* function, const Text* text, std::uint32_t expectedResult = 0) {
   char output[2 * kOutputBytes];
@@ -30,7 +30,7 @@ std::string Call(Function* function, const Text* text, std::uint32_t expectedRes
   EXPECT_EQ(expectedResult, function(text, output));
   EXPECT_TRUE(std::all_of(output + kOutputBytes, std::end(output), [](char character) {
     return character == kUntouched;
-  })) << "bytes behind the 33rd were written";
+  })) << "bytes after the 33rd were written";
   return output;
 }
 
@@ -89,7 +89,7 @@ TEST(Md5Functions, WithoutTheLibrarysOwnFile_GiveNotFoundAndAnEmptyText) {
   EXPECT_EQ("", Call(calculateWideCharTextMd5, L"abc", kCifraNotFound));
 }
 
-TEST(Md5Functions, LeaveNoMemoryBehind) {
+TEST(Md5Functions, LeakNoMemory) {
   const Cifra::Test::CountedHeap heap;
   Call(calculateTextMd5, "abc");
   Call(calculateWideCharTextMd5, L"\u00E9");

@@ -8,8 +8,8 @@
 #include "support/ProgramArguments.h"
 #include "support/TempDirectory.h"
 
-// The SHA-256 object over a hashing service that the test directs. The stand-in is loaded before
-// the library, which then finds a bcrypt.dll in the process.
+// The SHA-256 object with a hashing service that the test controls. The stand-in is loaded before
+// the library, which then uses the bcrypt.dll in the process.
 namespace {
 
 using Cifra::Test::CngScript;
@@ -92,7 +92,7 @@ TEST_F(Sha256Cng, Init_GivesBothHandlesBackAndStartsAnew) {
   EXPECT_EQ(1, script->openAlgorithms);
 }
 
-TEST_F(Sha256Cng, OpenThatFails_LeavesAnObjectWhoseOperationsReturnTheServicesStatus) {
+TEST_F(Sha256Cng, FailedOpen_MakesOperationsReturnTheServicesStatus) {
   Fail("BCryptOpenAlgorithmProvider");
   {
     const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
@@ -103,10 +103,10 @@ TEST_F(Sha256Cng, OpenThatFails_LeavesAnObjectWhoseOperationsReturnTheServicesSt
     EXPECT_EQ(kZeroDigest, Cifra::Test::HashString(*sha256.Get()));
     Calls();
   }
-  EXPECT_EQ("", Calls()) << "there is nothing to give back";
+  EXPECT_EQ("", Calls()) << "there is nothing to release";
 }
 
-TEST_F(Sha256Cng, CreateThatFails_LeavesAnObjectWhoseOperationsReturnTheServicesStatus) {
+TEST_F(Sha256Cng, FailedCreate_MakesOperationsReturnTheServicesStatus) {
   Fail("BCryptCreateHash");
   {
     const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
@@ -150,7 +150,7 @@ TEST_F(Sha256Cng, CloseAndDestroyThatFail_DoNotStopTheObjectsEnd) {
       Calls();
     }
     EXPECT_EQ(kReleased, Calls()) << call;
-    // What the service refused to take back stays open in it.
+    // A handle that the service refused to close stays open.
     *script = {};
   }
 }
@@ -177,7 +177,7 @@ TEST_F(Sha256Cng, HashFile_UsesAHashOfItsOwnAndGivesItBack) {
   EXPECT_EQ(1, script->openHashes);
 }
 
-TEST_F(Sha256Cng, HashFileOverAFailingService_StillReturnsSuccessAndATextOfZeros) {
+TEST_F(Sha256Cng, HashFileWithAFailingService_ReturnsSuccessAndZeros) {
   const Cifra::Test::TempDirectory directory;
   Cifra::Test::WriteFileOfSize(directory / L"file", 10);
   Fail("BCryptOpenAlgorithmProvider");

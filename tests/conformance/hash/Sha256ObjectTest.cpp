@@ -134,9 +134,11 @@ TEST_F(Sha256Object, AskedForTheMd5Identifier_YieldsItsOwnInterface) {
   ASSERT_EQ(kCifraSuccess, Cifra::Test::Library().createObject(
                                Cifra::kSha256ObjectId, &IKxBaseInterface::kInterfaceId, &created));
   auto* const base = static_cast<IKxBaseInterface*>(created);
-  auto* const face = static_cast<Cifra::ISha256*>(base->QueryInterface(Cifra::IMd5::kInterfaceId));
-  ASSERT_NE(nullptr, face);
-  EXPECT_EQ("E3B0C44298FC1C149AFBF4C8996FB92427AE41E4649B934CA495991B7852B855", HashString(*face));
+  auto* const md5View =
+      static_cast<Cifra::ISha256*>(base->QueryInterface(Cifra::IMd5::kInterfaceId));
+  ASSERT_NE(nullptr, md5View);
+  EXPECT_EQ("E3B0C44298FC1C149AFBF4C8996FB92427AE41E4649B934CA495991B7852B855",
+            HashString(*md5View));
   Cifra::Test::Library().destroyObject(Cifra::kSha256ObjectId, base);
 }
 

@@ -10,8 +10,8 @@
 #include "log/LogHost.h"
 #include "support/ImportPatch.h"
 
-// The logging client by itself. It is linked to this program, which therefore is the library whose
-// directory is searched for log.dll.
+// The logging client alone. It is linked into this program, whose directory it therefore searches
+// for log.dll.
 namespace {
 
 using Cifra::Test::ChildAction;
@@ -46,7 +46,7 @@ int Finish() {
   return 0;
 }
 
-// The clock of the trace scopes, which stands still unless a test moves it.
+// The clock of the trace scopes, which only advances when a test says so.
 DWORD now = 1000;
 DWORD WINAPI TestClock() { return now; }
 
@@ -86,7 +86,7 @@ const ChildAction kHandle(L"Handle", [](const auto&) {
   first.Acquire();
   second.Acquire();
   first.Release();
-  first.Release();  // an empty handle has nothing to give back
+  first.Release();  // an empty handle has nothing to release
   Cifra::Test::PrintWhetherLogIsLoaded();
   second.Release();
   Cifra::Test::PrintWhetherLogIsLoaded();
@@ -168,7 +168,7 @@ const ChildAction kLateLog(L"LateLog", [](const auto&) {
   return Finish();
 });
 
-TEST_F(LogClient, TraceScopeEnteredWhileInactiveAndLeftWhileActive_LogsOnlyItsExit) {
+TEST_F(LogClient, TraceScopeEnteredWhileInactive_LogsOnlyItsExit) {
   Expect(L"LateLog", kLogBegins + Lines{"LogWrite -1 32 Function: <- Function() [3]"} + kLogEnds);
 }
 
@@ -227,7 +227,7 @@ const ChildAction kLongNames(L"LongNames", [](const auto& arguments) {
   return Finish();
 });
 
-TEST_F(LogClient, LongFunctionName_IsCutTo259CharactersAndTo257WithTheCallSign) {
+TEST_F(LogClient, LongFunctionName_IsCutTo259CharactersOr257WithSuffix) {
   std::string digits;
   for (int i = 0; i < 300; ++i) {
     digits += static_cast<char>('0' + i % 10);
@@ -244,7 +244,7 @@ TEST_F(LogClient, LongFunctionName_IsCutTo259CharactersAndTo257WithTheCallSign) 
   }
 }
 
-// The client's fields behind the module, in order.
+// The client's fields after the module, in order.
 constexpr const char* kFields[] = {
     "LogApplySettings",     "LogSetSettingsFile", "LogEnable",         "LogSetLevel",
     "LogSetPath",           "LogSetType",         "LogSetMode",        "LogSetMaxSize",

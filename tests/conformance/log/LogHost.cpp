@@ -51,7 +51,7 @@ std::vector<std::string> LogHost::Run(const std::wstring& action,
   return child.Lines();
 }
 
-fs::path LibraryBesideProgram() { return ProgramFile().parent_path() / kLibrary; }
+fs::path LibraryInProgramDirectory() { return ProgramFile().parent_path() / kLibrary; }
 
 void PrintLog() {
   for (const std::string& line : TakeLogLines()) {

@@ -7,27 +7,27 @@
 #include "support/ChildProcess.h"
 #include "support/TempDirectory.h"
 
-// Programs to which a log.dll is given.
+// Programs that run with a log.dll.
 namespace Cifra::Test {
 
-// LogHost is a directory with a copy of this program, of the library under test and, as a test puts
-// it there, of a log.dll. The program then runs actions of this test in it. A library and its log
-// are loaded and unloaded many times in a process: each action starts where none has been.
+// LogHost is a directory with copies of this program, the library under test and, if the test wants
+// it, a log.dll. The program runs the test's actions there, each in a new process: the library and
+// its log must not be loaded when an action starts.
 class LogHost {
  public:
   LogHost();
 
   const std::filesystem::path& Directory() const { return directory.Path(); }
 
-  // Puts the recording log.dll into a directory (by default: beside the library), complete or
-  // without one of its exports.
+  // Copies the recording log.dll into a directory (by default the library's), complete or without
+  // one of its exports.
   void PutLog() { PutLog(Directory()); }
   void PutLog(const std::filesystem::path& where);
   void PutLogWithout(const std::string& missingExport);
-  // Puts the log.dll that users get.
+  // Copies the log.dll of examples/log.
   void PutExampleLog();
 
-  // Runs an action and gives the lines that it printed, on either stream.
+  // Runs an action and returns the lines that it printed on either stream.
   std::vector<std::string> Run(const std::wstring& action,
                                const ChildAction::Arguments& arguments = {}) const;
 
@@ -35,9 +35,9 @@ class LogHost {
   TempDirectory directory;
 };
 
-// For actions: the library beside the program, and the names under which things are printed.
-std::filesystem::path LibraryBesideProgram();
-// Prints the log's calls since it was last done, a line each.
+// For actions: the library in the program's directory, and what they print.
+std::filesystem::path LibraryInProgramDirectory();
+// Prints the log's calls since the last time, one per line.
 void PrintLog();
 // Prints whether there is a log.dll in the process.
 void PrintWhetherLogIsLoaded();
@@ -45,7 +45,7 @@ void PrintWhetherLogIsLoaded();
 inline constexpr char kLogIsLoaded[] = "log.dll is loaded";
 inline constexpr char kLogIsGone[] = "log.dll is gone";
 
-// What the client does at the beginning and at the end of a log.dll's life.
+// The client's calls at the beginning and at the end of a log.dll's use.
 extern const std::vector<std::string> kLogBegins;
 extern const std::vector<std::string> kLogEnds;
 

@@ -13,7 +13,7 @@
 #include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
 
-// What the library does with log.dll, seen from the log.dll.
+// The library's use of log.dll, as log.dll sees it.
 namespace {
 
 namespace fs = std::filesystem;
@@ -59,7 +59,7 @@ class LogLibrary : public testing::Test {
 // Each scenario is an action of the host and the test that runs it.
 
 const ChildAction kOneObject(L"OneObject", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   {
     const Object<IKxBaseInterface> object(arguments[0].c_str(), library);
     Cifra::Test::PrintLog();
@@ -81,7 +81,7 @@ TEST_F(LogLibrary, OneObject_LoadsAndInitialisesTheLogAndUnloadsItInOrder) {
 }
 
 const ChildAction kOverlappingObjects(L"OverlappingObjects", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   for (int i = 0; i < 2; ++i) {
     std::optional<Md5> first(std::in_place, Cifra::kMd5ObjectId, library);
     std::optional<Sha256> second(std::in_place, Cifra::kSha256ObjectId, library);
@@ -95,14 +95,14 @@ const ChildAction kOverlappingObjects(L"OverlappingObjects", [](const auto&) {
   return 0;
 });
 
-TEST_F(LogLibrary, OverlappingObjects_ShareOneLogUntilTheLastIsGone_AndTheNextLoadsItAgain) {
+TEST_F(LogLibrary, OverlappingObjects_ShareOneLogUntilTheLastIsDestroyed) {
   host.PutLog();
   const Lines once = kLogBegins + Lines{kLogIsLoaded} + kLogEnds + Lines{kLogIsGone};
   EXPECT_EQ(once + once, host.Run(L"OverlappingObjects"));
 }
 
 const ChildAction kObjectsThatDoNotLog(L"ObjectsThatDoNotLog", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   const Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId, library);
   const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId, library);
   const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId, library);
@@ -116,7 +116,7 @@ TEST_F(LogLibrary, ObjectsThatDoNotLog_LoadNoLog) {
 }
 
 const ChildAction kHashFiles(L"HashFiles", [](const auto& paths) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   {
     const Md5 md5(Cifra::kMd5ObjectId, library);
     const Sha256 sha256(Cifra::kSha256ObjectId, library);
@@ -159,7 +159,7 @@ BOOL WINAPI FailToRead(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED) {
 }
 
 const ChildAction kFailingReads(L"FailingReads", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch patch(library.Module(), "ReadFile", &FailToRead);
   if (arguments[1] != L"") {
     Cifra::Test::SetErrorLeftByLogWrite(std::stoul(arguments[1]));
@@ -197,7 +197,7 @@ TEST_F(LogLibrary, ReadThatFails_ReturnsTheErrorThatIsThereAfterLogging) {
 }
 
 const ChildAction kArguments(L"Arguments", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   const Md5 md5(Cifra::kMd5ObjectId, library);
   HashFile(md5, L"\u0416\u00E9\u20AC");
   for (const Cifra::Test::LogEntry& entry : Cifra::Test::TakeLogEntries()) {
@@ -220,7 +220,7 @@ TEST_F(LogLibrary, Messages_CarryTheFormatItsArgumentsAndTheWritingModule) {
 }
 
 const ChildAction kTextFunctions(L"TextFunctions", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   char digest[33];
   library.Export<decltype(CalculateTextMd5)>("CalculateTextMd5")("abc", digest);
   Cifra::Test::PrintLog();
@@ -249,7 +249,7 @@ FARPROC WINAPI RecordLookup(HMODULE module, LPCSTR name) {
 }
 
 const ChildAction kLookups(L"Lookups", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch patch(library.Module(), "GetProcAddress", &RecordLookup);
   {
     const Md5 md5(Cifra::kMd5ObjectId, library);
@@ -261,7 +261,7 @@ const ChildAction kLookups(L"Lookups", [](const auto&) {
   return 0;
 });
 
-TEST_F(LogLibrary, Exports_AreLookedUpInOrderAfterInitialisation_AndLogDeinitOnlyAtTheEnd) {
+TEST_F(LogLibrary, Exports_AreLookedUpInOrderAndLogDeinitAtTheEnd) {
   host.PutLog();
   EXPECT_EQ(
       (Lines{"LogInit",       "called: LogInit",    "LogApplySettings", "LogSetSettingsFile",
@@ -298,7 +298,7 @@ TEST_F(LogLibrary, LogWithoutOneOfItsExports_IsUsedForTheRest) {
 
 const ChildAction kHostsOwnLog(L"HostsOwnLog", [](const auto& arguments) {
   kx::ModuleHandle hosts(LoadLibraryW(arguments[0].c_str()));
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   {
     const Md5 md5(Cifra::kMd5ObjectId, library);
   }
@@ -309,12 +309,12 @@ const ChildAction kHostsOwnLog(L"HostsOwnLog", [](const auto& arguments) {
   return 0;
 });
 
-TEST_F(LogLibrary, LogThatTheHostLoadedFromElsewhere_IsUsedAndStaysTheHostsAlone) {
+TEST_F(LogLibrary, LogLoadedByTheHost_IsUsedAndStaysLoaded) {
   const fs::path elsewhere = host.Directory() / "elsewhere";
   host.PutLog(elsewhere);
   const Lines expected = kLogBegins + kLogEnds + Lines{kLogIsLoaded, kLogIsGone};
   EXPECT_EQ(expected, host.Run(L"HostsOwnLog", {(elsewhere / "log.dll").wstring()}));
-  // It is preferred to the one beside the library, which would not record its end.
+  // It is preferred to the one in the library's directory, which would not record its end.
   host.PutLogWithout("LogDeinit");
   EXPECT_EQ(expected, host.Run(L"HostsOwnLog", {(elsewhere / "log.dll").wstring()}));
 }
@@ -329,7 +329,7 @@ const ChildAction kLibraryElsewhere(L"LibraryElsewhere", [](const auto& argument
   return 0;
 });
 
-TEST_F(LogLibrary, LogBesideTheHostOnly_IsNotSearchedFor) {
+TEST_F(LogLibrary, LogInTheHostsDirectoryOnly_IsNotLoaded) {
   const fs::path elsewhere = host.Directory() / "elsewhere";
   fs::create_directories(elsewhere);
   fs::copy_file(CifraLibrary::FileUnderTest(), elsewhere / "Cifra.dll");
@@ -340,8 +340,8 @@ TEST_F(LogLibrary, LogBesideTheHostOnly_IsNotSearchedFor) {
   EXPECT_EQ(kLogBegins + kLogEnds + Lines{kLogIsGone}, host.Run(L"LibraryElsewhere", arguments));
 }
 
-TEST_F(LogLibrary, LogBesideALibraryWithALongPath_IsFound) {
-  // Paths of that length need the prefix that turns the length limit off.
+TEST_F(LogLibrary, LogNextToALibraryWithALongPath_IsLoaded) {
+  // Paths of that length need the prefix that lifts the limit.
   const std::wstring longName(120, L'd');
   const fs::path outer = L"\\\\?\\" + (host.Directory() / longName).wstring();
   const fs::path deep = outer / longName;
@@ -359,7 +359,7 @@ TEST_F(LogLibrary, LogBesideALibraryWithALongPath_IsFound) {
   DeleteFileW((deep / L"log.dll").c_str());
 }
 
-// Without a log.dll: what the library tries, and nothing more.
+// Without a log.dll: everything that the library tries.
 Lines attempts;
 
 HMODULE WINAPI RecordLoad(LPCWSTR file) {
@@ -369,13 +369,13 @@ HMODULE WINAPI RecordLoad(LPCWSTR file) {
 
 DWORD WINAPI NameNoModule(HMODULE, LPWSTR, DWORD) { return 0; }
 
-DWORD WINAPI NameModuleWithoutDirectory(HMODULE, LPWSTR buffer, DWORD room) {
-  wcscpy_s(buffer, room, L"Cifra.dll");
+DWORD WINAPI NameModuleWithoutDirectory(HMODULE, LPWSTR buffer, DWORD size) {
+  wcscpy_s(buffer, size, L"Cifra.dll");
   return 9;
 }
 
 const ChildAction kNoLog(L"NoLog", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch load(library.Module(), "LoadLibraryW", &RecordLoad);
   std::optional<ImportPatch> name;
   if (arguments[1] == L"no path") {
@@ -418,12 +418,12 @@ TEST_F(LogLibrary, LibraryWhosePathIsUnknown_HasNoLog) {
   EXPECT_EQ(kWorksAsEver, host.Run(L"NoLog", {emptyFile.wstring(), L"no directory"}));
 }
 
-// Eight threads, each with objects that come and go.
+// Eight threads that create and destroy objects.
 constexpr int kThreads = 8;
 constexpr int kRounds = 25;
 
 const ChildAction kEightThreads(L"EightThreads", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryBesideProgram());
+  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&library, i] {

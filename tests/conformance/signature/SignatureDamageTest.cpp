@@ -157,14 +157,14 @@ TEST_F(SignatureDamage, ATableEntryWithAnotherSize_IsNotTrusted) {
        layout.tableSize + 4096, 0x7FFFFFFF, 0xFFFFFFFF});
 }
 
-// A little less cuts only what fills the table up behind the signature.
+// A slightly smaller number only cuts the padding after the signature.
 TEST_F(SignatureDamage, ACertificateWithAnotherLength_IsNotTrusted) {
   ExpectUntrustedWithNumber(
       layout.table, {0, 1, 7, 8, 9, layout.tableSize / 2, layout.tableSize - 8,
                      layout.tableSize + 8, layout.tableSize + 4096, 0x7FFFFFFF, 0xFFFFFFFF});
 }
 
-// Behind the head of 8 bytes stand the bytes 30 82 and the length, most significant byte first.
+// After the header of 8 bytes come the bytes 30 82 and the length, most significant byte first.
 TEST_F(SignatureDamage, ASignatureWithAnotherLength_IsNotTrusted) {
   const std::size_t offset = layout.table + 10;
   ASSERT_EQ(0x8230, NumberAt<std::uint16_t>(signedBytes, offset - 2));

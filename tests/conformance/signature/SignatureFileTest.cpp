@@ -46,7 +46,7 @@ TEST_F(SignatureFile, ASignedFile_IsTrustedAndItsSignerNamed) {
   EXPECT_TRUE(object->IsSigned(Fixture(L"signed.exe").wstring().c_str(), false));
 }
 
-TEST_F(SignatureFile, ASignatureWithoutATimeStamp_GivesOneChainOfOneCertificateAndNoTime) {
+TEST_F(SignatureFile, ASignatureWithoutATimeStamp_GivesOneCertificateAndNoTime) {
   EXPECT_EQ(std::vector{kTrusted}, VerdictsOf(L"signed.exe"));
   ASSERT_EQ(1u, chains.Count());
   EXPECT_EQ(1u, chains.GetHead()->certificates.Count());
@@ -104,7 +104,7 @@ void VerifyInTurn(const std::vector<std::filesystem::path>& files, int times) {
   }
 }
 
-TEST_F(SignatureFile, ManyVerifications_LeaveNothingBehind) {
+TEST_F(SignatureFile, ManyVerifications_LeakNothing) {
   // The platform itself may keep up to 1 KB a verification (Wine 8), besides an arena more or less;
   // a trusted file's state that was not closed would keep 16 KB.
   [[maybe_unused]] constexpr std::size_t kToleratedGrowth =
@@ -124,8 +124,8 @@ TEST_F(SignatureFile, ManyVerifications_LeaveNothingBehind) {
   EXPECT_EQ(nullptr, GetModuleHandleW(L"Ntdsapi.dll"));
 }
 
-// Wine gives no signer for a bad digest, so that its state is left open on purpose and the
-// platform's memory grows; the library's own does not.
+// Wine gives no signer for a bad digest: the state is left open and the platform's memory grows.
+// The library's own does not.
 TEST_F(SignatureFile, ManyVerificationsOfBadFiles_LeaveOnlyThePlatformsState) {
   const Cifra::Test::TempDirectory directory;
   Bytes bytes = Content(Fixture(L"signed.exe"));

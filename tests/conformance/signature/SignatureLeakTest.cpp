@@ -56,7 +56,7 @@ class SignatureLeak : public Cifra::Test::ScriptedWalk {
   }
 };
 
-TEST_F(SignatureLeak, ManyVerificationsOnEveryPath_LeaveNothingBehind) {
+TEST_F(SignatureLeak, ManyVerificationsOnEveryPath_LeakNothing) {
   const auto files = Files();
   // Twice: the runtimes make some of their own handles late.
   for (int i = 0; i < 2; ++i) {

@@ -118,7 +118,7 @@ TEST_F(SignatureName, AnEmptyValue_IsLeftOut) {
             Issuer(Encoded({{kCommonName, "A"}, {kUnit, ""}, {kOrganization, "C"}})));
 }
 
-// Behind the last element the platform is asked once more and refuses.
+// After the last element the platform is called once more and refuses.
 TEST_F(SignatureName, AnEmptyValueAtTheEnd_IsLeftOutWithAnError) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}}), Issuer(Encoded({{kCommonName, "A"}, {kUnit, ""}})));
   EXPECT_EQ("4 kx::DistinguishedNameBuilder: Error 8350\n", log[3]);
@@ -138,7 +138,7 @@ TEST_F(SignatureName, BlanksAndQuotesAroundAValue_AreTakenOff) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}}), Issuer(Encoded({{kCommonName, "\"A\""}})));
 }
 
-// Whether there is a value is asked before it is trimmed.
+// A value is tested for emptiness before it is trimmed.
 TEST_F(SignatureName, AValueOfBlanksOnly_IsAnEmptyOne) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}, {L"OU", {L""}}}),
             Issuer(Encoded({{kCommonName, "A"}, {kUnit, "   "}})));
@@ -188,7 +188,7 @@ TEST_F(SignatureName, SubjectAndIssuer_AreKeptApart) {
   EXPECT_EQ("32 GetSubject: Subject: CN=S, C=US", log[1]);
 }
 
-// What the library asks of the platform, and what it makes of a platform that fails.
+// The library's calls of the platform, and its results when they fail.
 
 struct NameCall {
   DWORD encoding;

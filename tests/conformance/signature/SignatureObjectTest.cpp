@@ -6,7 +6,7 @@
 #include "signature/ScriptedWalk.h"
 #include "support/ImportPatch.h"
 
-// What the object of the signature verification promises apart from the walk itself.
+// The verification object's contract, apart from the walk over the signatures.
 namespace {
 
 using Cifra::Test::Object;

@@ -6,7 +6,7 @@
 #include "LogText.h"
 #include "signature/ScriptedWalk.h"
 
-// The maps of random names beside what OpenSSL reads from the same names.
+// The maps of random names, compared with what OpenSSL reads from the same names.
 namespace {
 
 using Cifra::Test::ScriptedSignature;
@@ -21,7 +21,7 @@ struct RandomName {
   std::vector<Attribute> attributes;
 };
 
-// The names that the platform's documentation gives to types.
+// The platform's documented short names of attribute types.
 std::wstring TypeName(const std::string& oid) {
   static const std::map<std::string, std::wstring> kNames = {{"2.5.4.3", L"CN"},
                                                              {"2.5.4.6", L"C"},
@@ -69,7 +69,7 @@ std::string Trimmed(const std::string& text, char character) {
              : text.substr(first, text.find_last_not_of(character) - first + 1);
 }
 
-// A value as the platform writes it into a name, without the blanks and quotes around it.
+// A value as the platform writes it into a name, without surrounding blanks and quotes.
 std::string Shown(const std::string& value) {
   std::string text = value;
   const bool isQuoted = value.front() == ' ' || value.back() == ' ' ||
@@ -84,7 +84,7 @@ std::string Shown(const std::string& value) {
   return Trimmed(Trimmed(Trimmed(text, ' '), '"'), ' ');
 }
 
-// Both sides of the comparison: values by type, in the order they are shown in.
+// Both sides of the comparison: values by type, in their order.
 using Utf8Map = std::map<std::wstring, std::vector<std::string>>;
 
 Utf8Map Expected(const RandomName& name) {

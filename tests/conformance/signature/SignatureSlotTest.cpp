@@ -3,8 +3,7 @@
 #include "signature/ScriptedWalk.h"
 #include "support/Slots.h"
 
-// The verification and its results as a separately built caller uses them: by the numbers of the
-// slots alone.
+// The verification and its results as a separately built caller uses them: by slot number only.
 namespace {
 
 using Cifra::Test::CallSlot;
@@ -74,7 +73,7 @@ TEST_F(SignatureSlot, AResult_IsWalkedThroughItsInterfacesAlone) {
   CallSlot<void>(place, kListRelease);
 }
 
-// The chains in the array were made by the library: their tables are its own.
+// The chains in the array were made by the library and have its tables.
 TEST_F(SignatureSlot, TheLibrarysOwnCollections_AreWalkedAndChangedToo) {
   VerifyTwo();
   std::vector<Cifra::Chain> trusted = TrustedChains();

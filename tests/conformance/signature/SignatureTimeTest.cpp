@@ -68,7 +68,7 @@ TEST_F(SignatureTime, TimesAfter2038_Hold) {
   }
 }
 
-// The runtime has no number for them: it answers -1, or the negative number of seconds.
+// The runtime cannot express them: it returns -1, or the negative number of seconds.
 TEST_F(SignatureTime, TimesBefore1970_ComeOutBeyondAllOthers) {
   const std::uint64_t time =
       TimestampOf({{0x10, FileTime(kEpoch - 60'000 * kTicksPerMillisecond)}});

@@ -3,7 +3,7 @@
 #include "signature/ScriptedWalk.h"
 #include "support/ImportPatch.h"
 
-// The whole log of a verification: which lines come, in which order, and how they are nested.
+// The whole log of a verification: its lines, their order and their nesting.
 namespace {
 
 using Cifra::Test::Lines;
@@ -39,7 +39,7 @@ const Lines kReadCertificate =
 
 using SignatureTrace = Cifra::Test::ScriptedWalk;
 
-// In full, so that the lines can be read here as they are.
+// Spelled out, to show the lines as they are.
 TEST_F(SignatureTrace, Lines_AreNestedAsTheStepsAre) {
   ScriptedSignature stamped = Signed();
   stamped.counterSigners = {{}};
@@ -77,7 +77,7 @@ TEST_F(SignatureTrace, Lines_AreNestedAsTheStepsAre) {
   EXPECT_EQ(kExpected, log);
 }
 
-TEST_F(SignatureTrace, AFileThatCannotBeOpened_IsToldInTheStepThatOpensIt) {
+TEST_F(SignatureTrace, AFileThatCannotBeOpened_IsLoggedWhereItIsOpened) {
   std::filesystem::remove(file);
   EXPECT_EQ(2u, Walk({Signed()}));
   EXPECT_EQ(Step("GetDigitalSignature",
@@ -85,7 +85,7 @@ TEST_F(SignatureTrace, AFileThatCannotBeOpened_IsToldInTheStepThatOpensIt) {
             log);
 }
 
-TEST_F(SignatureTrace, MissingProviderData_IsToldOutsideAllInnerSteps) {
+TEST_F(SignatureTrace, MissingProviderData_IsLoggedOutsideAllInnerSteps) {
   ScriptedSignature broken = Signed();
   broken.results = {kUnsigned};
   broken.hasProviderData = false;
@@ -95,7 +95,7 @@ TEST_F(SignatureTrace, MissingProviderData_IsToldOutsideAllInnerSteps) {
             log);
 }
 
-TEST_F(SignatureTrace, AMissingSigner_IsToldOutsideAllInnerSteps) {
+TEST_F(SignatureTrace, AMissingSigner_IsLoggedOutsideAllInnerSteps) {
   ScriptedSignature broken = Signed();
   broken.results = {kUnsigned};
   broken.hasSigner = false;
@@ -115,14 +115,14 @@ TEST_F(SignatureTrace, AMissingCertificate_HasNoStepForTheTimeStamp) {
             log);
 }
 
-TEST_F(SignatureTrace, NoCounterSigner_IsToldInTheStepForTheTimeStamp) {
+TEST_F(SignatureTrace, NoCounterSigner_IsLoggedInTheStepForTheTimeStamp) {
   Walk({Signed()});
   EXPECT_EQ(Verification(kReadCertificate +
                          Step("GetTimestamp", {"4 GetTimestamp: No counter signer found."})),
             log);
 }
 
-TEST_F(SignatureTrace, NoTimeStampingCounterSigner_IsToldInTheSameStep) {
+TEST_F(SignatureTrace, NoTimeStampingCounterSigner_IsLoggedInTheSameStep) {
   ScriptedSignature signature = Signed();
   signature.counterSigners = {{0, {}}};
   Walk({signature});
@@ -132,7 +132,7 @@ TEST_F(SignatureTrace, NoTimeStampingCounterSigner_IsToldInTheSameStep) {
             log);
 }
 
-TEST_F(SignatureTrace, FailuresOfBothAttempts_AreToldBeforeTheInnerSteps) {
+TEST_F(SignatureTrace, FailuresOfBothAttempts_AreLoggedBeforeTheInnerSteps) {
   ScriptedSignature offline = Signed();
   offline.results = {kUnsigned};
   offline.hasCertificate = false;
@@ -147,7 +147,7 @@ TEST_F(SignatureTrace, FailuresOfBothAttempts_AreToldBeforeTheInnerSteps) {
 
 DWORD WINAPI FailingNameToStr(DWORD, CERT_NAME_BLOB*, DWORD, wchar_t*, DWORD) { return 0; }
 
-TEST_F(SignatureTrace, ANameThatCannotBeConverted_IsToldInTheStepThatConvertsIt) {
+TEST_F(SignatureTrace, ANameThatCannotBeConverted_IsLoggedWhereItIsConverted) {
   const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "CertNameToStrW",
                                        &FailingNameToStr);
   Walk({Signed()});
@@ -168,7 +168,7 @@ DWORD WINAPI UnclosedNameToStr(DWORD, CERT_NAME_BLOB*, DWORD, wchar_t* text, DWO
   return static_cast<DWORD>(kName.size() + 1);
 }
 
-TEST_F(SignatureTrace, ANameThatThePlatformRefuses_IsToldInTheStepThatSplitsIt) {
+TEST_F(SignatureTrace, ANameThatThePlatformRefuses_IsLoggedWhereItIsSplit) {
   const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "CertNameToStrW",
                                        &UnclosedNameToStr);
   Walk({Signed()});

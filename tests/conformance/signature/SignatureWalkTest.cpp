@@ -180,7 +180,7 @@ class CountingObserver final : public Cifra::ISignatureObserver {
   std::function<void()> count;
 };
 
-TEST_F(SignatureWalk, AChain_IsHandedOutBeforeItsStateIsClosed) {
+TEST_F(SignatureWalk, AChain_IsAppendedBeforeItsStateIsClosed) {
   const auto count = [this] {
     script.Events().push_back(std::to_string(chains.Count()) + " given, " +
                               std::to_string(TrustedChains().size()) + " trusted");
@@ -283,7 +283,7 @@ TEST_F(SignatureWalk, AMissingSigner_IsLoggedAndTheWalkGoesOn) {
             Lines(script.Events().begin(), script.Events().begin() + 5));
 }
 
-// On purpose: what is left open is for the process's lifetime.
+// Callers depend on the state staying open until the process ends.
 TEST_F(SignatureWalk, TheStateOfAnEarlyFailure_IsLeftOpen) {
   ScriptedSignature noData = Judged({kUnsigned});
   noData.hasProviderData = false;
@@ -355,7 +355,7 @@ class ThrowingObserver final : public Cifra::ISignatureObserver {
   void OnSignatureDone() override {}
 };
 
-TEST_F(SignatureWalk, AnExceptionOfTheObserver_ReachesTheCallerAndLeavesNothingOpen) {
+TEST_F(SignatureWalk, AnExceptionOfTheObserver_ReachesTheCallerWithoutALeak) {
   ThrowingObserver thrower;
   object->SetObserver(&thrower);
   script.Play({Signed()});

@@ -44,12 +44,12 @@ class ResultObserver final : public Cifra::ISignatureObserver {
   std::vector<std::int32_t> results;
 };
 
-// SignedFile has files verified by the platform itself.
+// SignedFile is the fixture of tests in which the platform itself verifies files.
 class SignedFile : public testing::Test {
  protected:
   void SetUp() override { object->SetObserver(&observer); }
 
-  // The platform's verdicts on a file's signatures, whose chains are in `chains` afterwards.
+  // Returns the platform's verdicts on a file's signatures and stores their chains in `chains`.
   std::vector<std::int32_t> Verdicts(const std::filesystem::path& path) {
     observer.results.clear();
     chains = {};

@@ -7,9 +7,9 @@
 
 namespace Cifra::Test {
 
-// ChildAction names a function that runs in a process of its own: this program, started again. It
-// is a static object of the test file. The arguments are those that the parent gave; the returned
-// value is the process's exit code.
+// ChildAction registers a function that runs in a child process: this program, started again. It is
+// a static object of the test file. The function gets the parent's arguments and returns the
+// process's exit code.
 class ChildAction {
  public:
   using Arguments = std::vector<std::wstring>;

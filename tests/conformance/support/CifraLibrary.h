@@ -37,8 +37,8 @@ class CifraLibrary {
 // The library under test, loaded at its first use and kept until the program ends.
 CifraLibrary& Library();
 
-// Object is an object of the library under test, created with its base face and asked for I, as
-// callers do. `result` is what KxCreateObject returned.
+// Object is an object of the library under test, created by its base interface and queried for I.
+// `result` is that of KxCreateObject.
 template <typename I>
 class Object {
  public:

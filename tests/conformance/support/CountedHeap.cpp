@@ -9,8 +9,8 @@ namespace {
 constexpr int kNever = -1;
 
 std::atomic<long> liveBlocks{0};
-// Looked at first: under Wine for ARM64 the register that leads to a thread's variables may be lost
-// when the library allocates.
+// Tested first: under Wine for ARM64 the register of thread-local variables may be lost when the
+// library allocates.
 std::atomic<bool> failureIsOrdered{false};
 thread_local int allocationsUntilFailure = kNever;
 
@@ -27,7 +27,7 @@ void* Allocate(std::size_t bytes) {
   return block;
 }
 
-// Compilers make this of an allocation that is zeroed.
+// Compilers turn a zeroed allocation into this call.
 void* AllocateZeroed(std::size_t count, std::size_t bytes) {
   void* block = MustFail() ? nullptr : std::calloc(count, bytes);
   liveBlocks += block ? 1 : 0;

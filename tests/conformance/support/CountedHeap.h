@@ -5,8 +5,8 @@
 
 namespace Cifra::Test {
 
-// CountedHeap counts the memory blocks that the library holds, by standing between it and the C
-// runtime's heap, and lets an allocation of the calling thread fail on order. One at a time.
+// CountedHeap counts the library's memory blocks by intercepting its calls of the C runtime's heap,
+// and can make an allocation of the calling thread fail. One at a time.
 class CountedHeap {
  public:
   explicit CountedHeap(HMODULE module = Library().Module());

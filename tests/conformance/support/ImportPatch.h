@@ -4,8 +4,8 @@
 
 namespace Cifra::Test {
 
-// ImportPatch replaces one function that a loaded module imports, for as long as it lives: the
-// module itself is unchanged, but its calls come to the test.
+// ImportPatch replaces one function that a loaded module imports, for the patch's lifetime. The
+// module's code is unchanged.
 class ImportPatch {
  public:
   template <typename Function>
@@ -32,7 +32,7 @@ class ImportPatch {
   void* original;
 };
 
-// A replacement that several tests use, for LoadLibraryExW: no library can be found.
+// A replacement for LoadLibraryExW, which finds no library.
 inline HMODULE WINAPI LoadNothing(LPCWSTR, HANDLE, DWORD) { return nullptr; }
 
 }  // namespace Cifra::Test

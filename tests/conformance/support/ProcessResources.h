@@ -6,15 +6,15 @@
 
 #include <cstdint>
 
-// What the process holds. Wine does not count handles (GetProcessHandleCount gives 0).
+// The resources of the process. Wine does not count handles (GetProcessHandleCount returns 0).
 namespace Cifra::Test {
 
-// HandleWatch tells whether handles are left open: a new handle gets the lowest value that is free,
-// so that it grows with every one that is.
+// HandleWatch detects open handles: a new handle gets the lowest free value, which rises with every
+// one left open.
 class HandleWatch {
  public:
-  // The platform takes a few for itself in the course of time; what leaks with each of thousands of
-  // operations shows all the same.
+  // The platform itself opens a few over time; a leak in each of thousands of operations exceeds
+  // them.
   bool FindsNoLeak() const { return NextHandle() <= before + kTolerated; }
 
  private:
@@ -29,7 +29,7 @@ class HandleWatch {
   std::uintptr_t before = NextHandle();
 };
 
-// Bytes of memory that belong to the process alone.
+// The private bytes of the process.
 inline std::size_t PrivateBytes() {
   PROCESS_MEMORY_COUNTERS counters{};
   K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));

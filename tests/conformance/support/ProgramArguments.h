@@ -5,7 +5,7 @@
 
 namespace Cifra::Test {
 
-// The rest of the program's argument that begins with prefix; empty when there is none.
+// The remainder of the program argument that begins with prefix; empty without one.
 std::wstring ProgramArgument(const std::wstring& prefix);
 
 // The path of the running program.

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-// The bcrypt.dll of the tests: a hashing service that fails on order, records every call and counts
-// what is open. It hashes nothing: every digest is the bytes 1, 2, 3 ...
+// The bcrypt.dll of the tests: a hashing service that fails on request, records every call and
+// counts open handles. It hashes nothing: every digest is the bytes 1, 2, 3 ...
 namespace Cifra::Test {
 
 struct CngScript {
@@ -13,11 +13,11 @@ struct CngScript {
   int openHashes = 0;
 };
 
-// What the operations return for a handle that is null, closed or finished, as CNG does.
+// CNG's status for a handle that is null, closed or finished.
 inline constexpr std::int32_t kInvalidHandle = static_cast<std::int32_t>(0xC0000008);
 
-// The exports by which a test directs the stand-in. CngCalls gives the calls since it was last
-// asked, a line each: the name and the arguments, handles as "algorithm", "hash" or "null".
+// The exports by which a test controls the stand-in. CngCalls returns the calls since the last
+// time, one per line: name and arguments, with handles as "algorithm", "hash" or "null".
 using CngScriptFunction = CngScript*();
 using CngCallsFunction = const char*();
 inline constexpr char kCngScript[] = "CngScript";

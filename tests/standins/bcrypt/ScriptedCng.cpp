@@ -19,12 +19,12 @@ struct Hash {
 
 constexpr NTSTATUS kUnsuccessful = static_cast<NTSTATUS>(0xC0000001);
 
-// A test that is not in this process names the failing call in the environment.
+// A test in another process names the failing call in the environment.
 Cifra::Test::CngScript script{std::getenv("CIFRA_FAILING_CNG_CALL"), kUnsuccessful};
 std::string calls;
 std::string callsGiven;
 
-// The arguments of a call as the record shows them.
+// The recorded arguments of a call.
 class Arguments {
  public:
   Arguments& Number(std::uint64_t number) { return Add(std::to_string(number)); }
@@ -47,7 +47,7 @@ class Arguments {
   std::string line;
 };
 
-// Records a call and tells whether it is to fail.
+// Records a call; true if it is to fail.
 bool MustFail(const char* call, const Arguments& arguments) {
   calls.append(call).append(arguments.Line()).append(1, '\n');
   return script.failingCall && std::strcmp(script.failingCall, call) == 0;

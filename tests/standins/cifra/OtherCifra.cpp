@@ -1,5 +1,4 @@
-// A library that passes for Cifra.dll: it makes objects of its own, which a test can tell from the
-// real ones by the text they give.
+// A substitute for Cifra.dll. A test recognises its objects by the text they return.
 #include <cstdint>
 #include <cwchar>
 

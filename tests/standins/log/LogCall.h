@@ -6,8 +6,8 @@
 
 namespace Cifra::Test {
 
-// LogCall is a call of one of the recording log.dll's exports. What an export does not take is null
-// or 0.
+// LogCall is a call of one of the recording log.dll's exports. Fields that an export does not have
+// are null or 0.
 struct LogCall {
   const char* exportName;
   // LogWrite
@@ -21,9 +21,8 @@ struct LogCall {
   const char* caller;
 };
 
-// The recording log.dll is unloaded before a test looks at the record, so it keeps none: every call
-// goes to the program, which exports a function of this type and name. A program without it gets no
-// record.
+// The recording log.dll is unloaded before a test reads the record. It therefore passes every call
+// to the program, which exports a function of this type and name; without one nothing is recorded.
 using RecordLogCallFunction = void(const LogCall* call);
 inline constexpr char kRecordLogCall[] = "RecordLogCall";
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// What the recording log.dll saw in this program. Link the library log_record, put a log.dll of
-// bin/standins beside the library under test, and take the record when the calls are done.
+// The calls of the recording log.dll in this program. Link the library log_record, copy a log.dll
+// of bin/standins next to the library under test, and take the record after the calls.
 namespace Cifra::Test {
 
 struct LogEntry {
@@ -33,7 +33,7 @@ std::vector<LogEntry> TakeLogEntries();
 // The same as lines.
 std::vector<std::string> TakeLogLines();
 
-// Makes every LogWrite leave this value for GetLastError; by default it leaves what it found.
+// Makes every LogWrite set this last error; by default it leaves the last error unchanged.
 void SetErrorLeftByLogWrite(DWORD error);
 
 }  // namespace Cifra::Test

@@ -1,4 +1,4 @@
-// A log.dll that hands every call of its exports to the program, for the tests to look at.
+// A log.dll that passes every call of its exports to the program, for the tests to check.
 #include <windows.h>
 
 #include "LogCall.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-// What LogWrite returns must not matter to the caller.
+// The caller must ignore the result of LogWrite.
 constexpr HRESULT kIgnoredResult = E_FAIL;
 
 void Hand(const Cifra::Test::LogCall& call) {

@@ -1,4 +1,4 @@
-// The player of the wintrust.dll that a test loads: the test itself.
+// The player of the wintrust.dll that a test loads is the test itself.
 #include "TrustPlayer.h"
 #include "foundation/Fatal.h"
 #include "foundation/ModuleHandle.h"

@@ -5,8 +5,7 @@
 
 namespace Cifra::Test {
 
-// ITrustPlayer answers for a stand-in wintrust.dll, whose four exports pass their calls on as they
-// come.
+// ITrustPlayer implements a stand-in wintrust.dll, whose four exports forward to it.
 class ITrustPlayer {
  public:
   virtual LONG Verify(HWND window, const GUID* action, void* data) = 0;
@@ -19,11 +18,11 @@ class ITrustPlayer {
   ~ITrustPlayer() = default;
 };
 
-// The player of a wintrust.dll; each one that is built has its own.
+// The player of a wintrust.dll; each stand-in defines its own.
 ITrustPlayer& Player();
 
-// A program that is the player itself exports a function of this type and name that gives it, null
-// when there is none.
+// A program that is the player exports a function of this type and name; it returns null while
+// there is no player.
 using TrustPlayerFunction = ITrustPlayer*();
 inline constexpr char kTrustPlayer[] = "TrustPlayer";
 

@@ -8,8 +8,7 @@
 
 namespace Cifra::Test {
 
-// What the service keeps of a verification. The library gets pointers to its parts and hands them
-// back.
+// The service's state of a verification. The library gets pointers into it and passes them back.
 struct TrustScript::State {
   const ScriptedSignature* signature;
   CRYPT_PROVIDER_DATA provider{};

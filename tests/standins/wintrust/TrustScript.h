@@ -10,7 +10,7 @@
 
 namespace Cifra::Test {
 
-// A signature as the scripted trust service knows it.
+// A signature in the script.
 struct ScriptedSignature {
   struct CounterSigner {
     DWORD type = SGNR_TYPE_TIMESTAMP;
@@ -69,23 +69,23 @@ struct VerifyCall {
   TrustSettingsRecord settings;
 };
 
-// TrustScript plays a file's signatures to the library under test by way of the stand-in
-// wintrust.dll, which must be the one that is loaded.
+// TrustScript presents a file's signatures to the library under test through the stand-in
+// wintrust.dll, which must be the one loaded.
 class TrustScript : public ITrustPlayer {
  public:
   TrustScript();
   virtual ~TrustScript();
 
-  // Plays these signatures from now on, primary one first; forgets the calls so far.
+  // Presents these signatures from now on, primary one first; forgets earlier calls.
   void Play(std::vector<ScriptedSignature> newSignatures);
   // Takes the settings out of the request when it is verified, as no service should.
   void ClearSettingsAtVerify() { clearsSettings = true; }
 
-  // Has something done first at each call of the service.
+  // Runs an action before each call of the service.
   void BeforeEachCall(std::function<void()> action) { beforeCall = std::move(action); }
 
   const std::vector<VerifyCall>& VerifyCalls() const { return verifyCalls; }
-  // All calls, and what the test added, in one order.
+  // All calls and the test's own entries, in order.
   std::vector<std::string>& Events() { return events; }
   // Verified signatures whose state was not closed again.
   std::size_t OpenStates() const { return states.size(); }

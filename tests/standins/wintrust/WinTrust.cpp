@@ -1,4 +1,4 @@
-// The exports of a wintrust.dll that has no opinion of its own: a player answers every call.
+// The exports of a wintrust.dll; a player implements them.
 #include "TrustPlayer.h"
 
 using Cifra::Test::Player;
@@ -22,7 +22,7 @@ CRYPT_PROVIDER_CERT* WINAPI StandInCertificate(CRYPT_PROVIDER_SGNR* signer, DWOR
   return Player().Certificate(signer, index);
 }
 
-// Tells this library from the platform's.
+// Marks this library as the stand-in.
 void IsStandIn() {}
 
 }  // extern "C"

@@ -7,7 +7,7 @@ namespace {
 constexpr std::string_view kAlphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Adds a value of fromBits to the bits at hand and takes groups of toBits off their front.
+// Regroups values of fromBits bits into values of toBits bits.
 template <typename Take>
 void Regroup(std::uint32_t& bits, std::uint32_t& bitCount, std::uint32_t value,
              std::uint32_t fromBits, std::uint32_t toBits, Take take) {

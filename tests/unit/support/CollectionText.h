@@ -7,8 +7,7 @@
 #include "foundation/collections/List.h"
 #include "foundation/string/StringT.h"
 
-// UTF-16 texts as the tests of the collections use them: on every build, also where wchar_t is
-// wider.
+// UTF-16 texts for the tests of the collections, on every build, even where wchar_t is wider.
 namespace Cifra::Test {
 
 using Text = kx::StringT<char16_t>;
@@ -24,7 +23,7 @@ inline Text NumberedText(unsigned number) {
   return Text(digits.c_str());
 }
 
-// What an enumerator shows from its place on, as text.
+// The elements from an enumerator's position on, as text.
 template <typename Enumerator>
 std::vector<std::u16string> Rest(Enumerator& enumerator) {
   std::vector<std::u16string> texts;
@@ -40,8 +39,8 @@ std::vector<std::u16string> Texts(const List& list) {
   return Rest(*enumerator);
 }
 
-// Elusive is a value that cannot always be copied: with no copies left to make, copying it raises
-// std::bad_alloc, as the exhaustion of memory does.
+// Elusive is a value with a limited number of copies: after the last one, copying throws
+// std::bad_alloc.
 struct Elusive {
   explicit Elusive(int content) : number(content) {}
   Elusive(const Elusive& other) : number(other.number) {

@@ -4,14 +4,14 @@
 
 #include <csignal>
 
-// What is expected of a child process that kx::Fatal ends on the host.
+// How kx::Fatal ends a child process on the host.
 namespace Cifra::Test {
 
 inline bool EndedItself(int status) {
   return testing::KilledBySignal(SIGILL)(status) || testing::KilledBySignal(SIGTRAP)(status);
 }
 
-// All that the child wrote to its standard error: nothing.
+// The child's standard error must be empty.
 inline constexpr char kSilence[] = "^$";
 
 }  // namespace Cifra::Test

@@ -14,7 +14,7 @@ inline Bytes Finish(Md5Context& context) {
   return Bytes(std::begin(digest), std::end(digest));
 }
 
-// The digest of a message that is added in pieces of the lengths that nextPiece gives.
+// The digest of a message added in pieces whose lengths nextPiece returns.
 template <typename NextPiece>
 Bytes Md5InPieces(const Bytes& message, NextPiece nextPiece) {
   Md5Context context;

@@ -5,8 +5,8 @@
 
 namespace Cifra::Test {
 
-// The function in a slot of an object's virtual table, as a caller reaches it that knows nothing of
-// the class but the table: the object is the first argument.
+// The function in a slot of an object's virtual table, as seen by a caller that knows only the
+// table; its first argument is the object.
 template <typename Signature>
 Signature* FunctionInSlot(const void* object, std::size_t slot) {
   void* const* table;
@@ -17,7 +17,7 @@ Signature* FunctionInSlot(const void* object, std::size_t slot) {
 // Calls an operation by its slot.
 template <typename Result, typename... Arguments>
 #if defined(__clang__)
-__attribute__((no_sanitize("function")))  // the table's types are not the caller's, on purpose
+__attribute__((no_sanitize("function")))  // the table's types differ from the caller's
 #endif
 Result
 CallSlot(const void* object, std::size_t slot, Arguments... arguments) {

@@ -17,7 +17,7 @@ using WideChar = std::conditional_t<sizeof(wchar_t) == 2, wchar_t, char16_t>;
 template <typename Char>
 using String = kx::StringT<Char>;
 
-// A string whose memory is watched by a TestMemory.
+// A string whose memory a TestMemory watches.
 template <typename Char>
 using WatchedString = kx::StringT<Char, TestMemMgr>;
 
@@ -37,7 +37,7 @@ std::basic_string<Char> Text(std::string_view ascii) {
   return std::basic_string<Char>(ascii.begin(), ascii.end());
 }
 
-// A text of count different neighbouring letters.
+// A text of count letters in which neighbours differ.
 template <typename Char>
 std::basic_string<Char> Letters(std::size_t count) {
   std::basic_string<Char> text;
@@ -50,7 +50,7 @@ std::basic_string<Char> Letters(std::size_t count) {
 // The string's text up to its length, which may hold zeros; checks that it is terminated.
 template <typename Char, typename MemMgr>
 std::basic_string<Char> TextOf(const kx::StringT<Char, MemMgr>& string) {
-  EXPECT_EQ(string.CStr()[string.Length()], Char{0});
+  EXPECT_EQ(Char{0}, string.CStr()[string.Length()]);
   return std::basic_string<Char>(string.CStr(), string.Length());
 }
 

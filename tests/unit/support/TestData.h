@@ -20,7 +20,7 @@ Bytes FromHex(std::string_view digits);
 std::string ToHex(const std::uint8_t* bytes, std::size_t count);
 Bytes FromText(std::string_view text);
 
-// Random is a source of test input that is the same in every run and on every platform.
+// Random generates the same test input in every run and on every platform.
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine(seed) {}

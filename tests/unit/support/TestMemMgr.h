@@ -10,7 +10,7 @@
 
 namespace Cifra::Test {
 
-// What a TestMemMgr was asked for, and what it shall refuse.
+// The calls of a TestMemMgr, and those that it is to refuse.
 struct MemoryLog {
   std::map<void*, std::size_t> blocks;  // live, with their sizes
   std::size_t allocations = 0;
@@ -26,8 +26,8 @@ struct MemoryLog {
   }
 };
 
-// TestMemMgr is a string's memory manager that fails on order and keeps account in the MemoryLog
-// of the living TestMemory. Fresh memory is filled with a pattern.
+// TestMemMgr is a string's memory manager that fails on request and records its calls in the
+// MemoryLog of the current TestMemory. New memory is filled with a pattern.
 class TestMemMgr final : public kx::IMemMgr {
  public:
   void* Allocate(std::size_t bytes) override {
@@ -63,7 +63,7 @@ class TestMemMgr final : public kx::IMemMgr {
   static inline MemoryLog* log = nullptr;
 };
 
-// TestMemory is the account of one test.
+// TestMemory holds the record of one test.
 struct TestMemory : MemoryLog {
   TestMemory() { TestMemMgr::log = this; }
   ~TestMemory() { TestMemMgr::log = nullptr; }
