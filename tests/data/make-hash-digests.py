@@ -24,7 +24,7 @@ ZEROS = 5_000_000_001
 HEADER = """\
 # MD5 and SHA-256 digests that OpenSSL made; see make-hash-digests.py for the messages.
 # prefix N   the first N bytes of the pool
-# batch N    the digests of the N-th thousand messages, one behind the other, hashed in turn
+# batch N    the digests of the N-th thousand messages, concatenated and hashed
 # zeros N    N bytes of zero
 """
 
