@@ -33,7 +33,7 @@ std::wstring ChosenFile() {
   return path;
 }
 
-// Null when no file is named, or it cannot be opened.
+// Null without a file name, or if the file cannot be opened.
 FileHandle OpenChosenFile() {
   const std::wstring path = ChosenFile();
   if (path.empty()) {
@@ -87,7 +87,7 @@ class Writer {
   }
 
  private:
-  // A function's own two messages stand at the depth of its caller.
+  // A function's own two messages have the depth of its caller.
   std::wstring Indentation(DWORD thread, std::int32_t depthChange) {
     int& depth = depths[thread];
     depth = std::max(0, depth + std::min(depthChange, 0));
@@ -119,7 +119,7 @@ class Writer {
 
 Writer writer;
 
-// No exception may get into the libraries that write to this log, which are not made to catch it.
+// No exception may reach the libraries that write to this log: they do not catch it.
 template <typename Action>
 HRESULT WithoutThrowing(Action action) {
   try {
@@ -149,7 +149,7 @@ HRESULT LogWrite(std::int32_t depthChange, const std::uint32_t* level, HMODULE,
   return result;
 }
 
-// Nothing is left to be done by these.
+// Nothing to do.
 void LogUninitDeskMetrics() {}
 void LogRemoveModule(const char*) {}
 

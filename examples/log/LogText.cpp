@@ -6,8 +6,8 @@
 
 namespace {
 
-constexpr std::size_t kFirstRoom = 512;
-constexpr std::size_t kMostRoom = 1 << 20;
+constexpr std::size_t kFirstSize = 512;
+constexpr std::size_t kMaxSize = 1 << 20;
 
 // The same format with the width of its texts written out, which every runtime understands alike:
 // "%s" is wide here and narrow elsewhere, "%S" the other way round.
@@ -38,13 +38,13 @@ std::wstring WithExplicitWidths(std::wstring_view format) {
 
 std::wstring FormatLogText(const wchar_t* format, va_list arguments) {
   const std::wstring widened = WithExplicitWidths(format);
-  for (std::size_t room = kFirstRoom; room <= kMostRoom; room *= 2) {
-    std::wstring text(room, L'\0');
+  for (std::size_t size = kFirstSize; size <= kMaxSize; size *= 2) {
+    std::wstring text(size, L'\0');
     va_list again;
     va_copy(again, arguments);
-    const int length = vswprintf(text.data(), room, widened.c_str(), again);
+    const int length = vswprintf(text.data(), size, widened.c_str(), again);
     va_end(again);
-    if (length >= 0 && static_cast<std::size_t>(length) < room) {
+    if (length >= 0 && static_cast<std::size_t>(length) < size) {
       text.resize(static_cast<std::size_t>(length));
       return text;
     }
@@ -54,9 +54,9 @@ std::wstring FormatLogText(const wchar_t* format, va_list arguments) {
 
 std::string ToUtf8(std::wstring_view text) {
   const int length = static_cast<int>(text.size());
-  const int room =
+  const int size =
       WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-  std::string utf8(static_cast<std::size_t>(room), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), room, nullptr, nullptr);
+  std::string utf8(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, utf8.data(), size, nullptr, nullptr);
   return utf8;
 }
