@@ -54,7 +54,7 @@ class Terminal:
         return os.waitstatus_to_exitcode(status), text
 
 
-def test_the_key_is_asked_for_twice_to_encrypt_and_once_to_decrypt(cifra):
+def test_the_key_is_asked_for_twice_to_encrypt_once_to_decrypt(cifra):
     ciphertext = cifra.succeed("encrypt", "--key-env", "K", "Grüße", env={"K": KEY}).text.strip()
     terminal = Terminal(cifra, "encrypt", "Grüße")
     terminal.answer("Key:", KEY)
@@ -70,7 +70,7 @@ def test_the_key_is_asked_for_twice_to_encrypt_and_once_to_decrypt(cifra):
     assert KEY not in shown
 
 
-def test_a_key_typed_as_standard_input_is_asked_for_in_the_same_way(cifra):
+def test_a_key_from_standard_input_is_asked_for_the_same_way(cifra):
     terminal = Terminal(cifra, "decrypt", "--key-file", "-", "dYBu2QSKu0s=")
     terminal.answer("Key:", "secret")
     code, shown = terminal.finish()
@@ -94,7 +94,7 @@ def test_an_empty_and_a_long_answer_are_no_keys(cifra):
         assert code == 6 and "56" in shown
 
 
-def test_after_an_interrupted_question_the_console_shows_what_is_typed(cifra, monkeypatch):
+def test_after_an_interrupted_question_the_console_echoes_again(cifra, monkeypatch):
     monkeypatch.setenv("CIFRA_COMMAND", f'"{cifra.program}" decrypt dYBu2QSKu0s=')
     terminal = Terminal(cifra, program=os.environ["CIFRA_ECHO"])
     terminal.wait_for("Key:")
