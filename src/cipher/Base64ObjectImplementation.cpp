@@ -11,6 +11,27 @@ namespace {
 
 constexpr std::size_t kMaxPadding = 2;
 
+// Growing a string fills it with zeros. A large output grows by pieces of so many characters, whose
+// zeros are still in the cache when the text overwrites them.
+constexpr std::size_t kPieceCharacters = 64 * 1024;
+constexpr std::size_t kPieceBytes = kPieceCharacters / 4 * 3;
+constexpr std::size_t kLeastForPieces = 1024 * 1024;
+
+std::string EncodeInPieces(const std::uint8_t* input, std::size_t inputLength, std::size_t encoded,
+                           bool addPadding) {
+  std::string text;
+  text.reserve(encoded);
+  for (; inputLength > kPieceBytes; inputLength -= kPieceBytes, input += kPieceBytes) {
+    const std::size_t done = text.size();
+    text.resize(done + kPieceCharacters);
+    Cifra::Base64Codec::Encode(input, kPieceBytes, text.data() + done, false);
+  }
+  const std::size_t done = text.size();
+  text.resize(encoded);
+  Cifra::Base64Codec::Encode(input, inputLength, text.data() + done, addPadding);
+  return text;
+}
+
 // The number of padding characters in the last group, written or omitted.
 std::size_t PaddingCount(const std::string& text) {
   const std::size_t omitted = (4 - text.size() % 4) % 4;
@@ -30,6 +51,10 @@ void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
 void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                         std::string& output, bool addPadding) {
   const std::uint64_t encoded = Cifra::Base64Codec::EncodedLength(inputLength, addPadding);
+  if (encoded >= kLeastForPieces && encoded > inputLength && output.capacity() < encoded) {
+    output = EncodeInPieces(input, inputLength, encoded, addPadding);
+    return;
+  }
   // If the encoded length wraps around, resizing to the input's length throws.
   output.resize(std::max(encoded, inputLength));
   Cifra::Base64Codec::Encode(input, inputLength, output.data(), addPadding);

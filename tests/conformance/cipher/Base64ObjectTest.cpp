@@ -88,6 +88,23 @@ TEST_F(Base64Object, Encode_OfAVector_EqualsEncodeOfItsBytes) {
   EXPECT_EQ(fromBytes, fromVector);
 }
 
+// A large text is made in pieces; it must be the texts of its parts, one after the other.
+TEST_F(Base64Object, Encode_OfALargeInput_JoinsTheTextsOfItsParts) {
+  constexpr std::size_t kPart = 3000;
+  std::mt19937 random(1);
+  for (const std::size_t length : {786'430u, 786'432u, 3'000'001u}) {
+    std::string input(length, '\0');
+    for (char& byte : input) {
+      byte = static_cast<char>(random());
+    }
+    std::string joined;
+    for (std::size_t i = 0; i < length; i += kPart) {
+      joined += Encode(input.substr(i, kPart), true);
+    }
+    EXPECT_TRUE(joined == Encode(input, true)) << length;
+  }
+}
+
 TEST_F(Base64Object, Encode_InsertsNoLineBreak) {
   const std::string text = Encode(std::string(100000, 'x'), true);
   EXPECT_EQ(std::string::npos, text.find_first_of("\r\n"));
