@@ -21,11 +21,11 @@ def tests(preset):
     listing = subprocess.run(["ctest", "--preset", preset, "--show-only=json-v1"], cwd=ROOT, check=True,
                              capture_output=True, text=True).stdout
     for test in json.loads(listing)["tests"]:
-        program = pathlib.Path(test.get("command", ["", ""])[-1])
-        if program.suffix == ".exe":
+        runner, *program = map(pathlib.Path, test.get("command", [""]))
+        if runner.name == f"run-{preset}" and program[0].suffix == ".exe":
             properties = {entry["name"]: entry["value"] for entry in test["properties"]}
             environment = dict(entry.split("=", 1) for entry in properties.get("ENVIRONMENT", []))
-            yield test["name"], program, pathlib.Path(properties["WORKING_DIRECTORY"]), environment
+            yield test["name"], program[0], pathlib.Path(properties["WORKING_DIRECTORY"]), environment
 
 
 class Kit:
