@@ -7,14 +7,14 @@
 #include "foundation/CompilerHints.h"
 #include "foundation/ValueBarrier.h"
 
-// The rounds of Blowfish on the two halves of a single block, which the key schedule is made of.
+// The rounds of Blowfish on the two halves of a single block; the key schedule consists of them.
 namespace Cifra::BlowfishBlock {
 
 inline constexpr std::size_t kBoxWords = 256;
 
 enum class Direction { kEncipher, kDecipher };
 
-// The round function of the algorithm; the four S-boxes follow each other in memory or do not.
+// The algorithm's round function, for four S-boxes anywhere in memory or, below, in one table.
 KX_ALWAYS_INLINE std::uint32_t F(const std::uint32_t* s0, const std::uint32_t* s1,
                                  const std::uint32_t* s2, const std::uint32_t* s3,
                                  std::uint32_t x) {
@@ -31,8 +31,7 @@ constexpr std::size_t PIndex(std::size_t step) {
   return kDirection == Direction::kEncipher ? step : BlowfishTables::kPWords - 1 - step;
 }
 
-// The 16 rounds and the whitening after them. P's words of steps 0 and 1 have been added to the
-// halves before.
+// The 16 rounds and the output whitening. The caller has added P's words of steps 0 and 1 already.
 template <Direction kDirection>
 KX_ALWAYS_INLINE void RunRounds(const std::uint32_t* p, const std::uint32_t* s, std::uint32_t& left,
                                 std::uint32_t& right) {
@@ -41,7 +40,7 @@ KX_ALWAYS_INLINE void RunRounds(const std::uint32_t* p, const std::uint32_t* s, 
   KX_UNROLL_8
   for (std::size_t step = 2; step < BlowfishTables::kPWords; step += 2) {
     r ^= F(s, l);
-    // A barrier, so that P's word is added while F is still looked up, and not after it.
+    // The barrier has P's word added during F's look-ups instead of after them.
     l = kx::ValueBarrier(l ^ p[PIndex<kDirection>(step)]) ^ F(s, r);
     r = kx::ValueBarrier(r ^ p[PIndex<kDirection>(step + 1)]);
   }

@@ -3,11 +3,10 @@
 #include "cipher/BlowfishBlock.h"
 #include "cipher/BlowfishKernel.h"
 
-// Blowfish in vector registers, written once for any width: a register holds one half of as many
-// blocks as it has lanes, and a gather looks up one S-box word for each of them. Several registers
-// are worked on at once, because a gather's latency is long and only independent ones hide it. Simd
-// wraps the instructions of a width; each including file is compiled for its own instruction set,
-// so Simd is a type of the including file's own.
+// Blowfish in vector registers of any width: each lane of a register holds one half of a block, and
+// a gather looks up one S-box word for every lane. Several independent registers hide a gather's
+// long latency. Simd wraps the instructions of a width. Each including file is compiled for its own
+// instruction set and must define its own Simd type.
 namespace Cifra::BlowfishBlocks {
 
 using BlowfishBlock::Direction;
@@ -30,7 +29,7 @@ KX_ALWAYS_INLINE typename Simd::Register GatherF(const std::uint32_t* s,
   return Simd::Add32(Simd::Xor(Simd::Add32(first, second), third), fourth);
 }
 
-// A round leaves the halves where they are: every other one goes the other way.
+// The halves stay in place: odd and even rounds exchange their roles instead.
 template <typename Simd, std::size_t kCount>
 KX_ALWAYS_INLINE void GatherTwoRounds(Halves<Simd> (&groups)[kCount], const std::uint32_t* s,
                                       typename Simd::Register firstP,
@@ -65,7 +64,7 @@ KX_ALWAYS_INLINE void GatherBlocks(const Tables& tables, const std::uint8_t* inp
   }
 }
 
-// Four registers at a time, then two, then one where that still beats single loads.
+// Four registers at a time, then two, then one where that is still faster than single loads.
 template <typename Simd, Direction kDirection>
 std::size_t GatherAll(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,
                       std::size_t blocks) {

@@ -10,8 +10,8 @@
 #include "cipher/BlowfishKernel.h"
 #include "foundation/ByteOrder.h"
 
-// Blowfish on groups of neighbouring blocks in general-purpose registers, written once for any form
-// of the round. A block's state is one 64-bit word.
+// Blowfish on groups of adjacent blocks in general-purpose registers, for any implementation of the
+// round. A block's state is one 64-bit word.
 namespace Cifra::BlowfishBlocks {
 
 using BlowfishBlock::Direction;
@@ -20,8 +20,8 @@ using BlowfishTables::kPWords;
 
 inline constexpr std::size_t kPairs = kPWords / 2;
 
-// Blocks that are worked on at once: as many as there are registers for their states. A round is a
-// chain of about a dozen cycles' latency, and only independent blocks can fill them.
+// Blocks processed at once: as many as there are registers for their states. A round has a latency
+// of about a dozen cycles, which only independent blocks can fill.
 inline constexpr std::size_t kWidth = 8;
 
 // Pair i holds the P words of rounds 2i and 2i+1; the last holds the output whitening.
@@ -33,7 +33,7 @@ KX_ALWAYS_INLINE std::uint64_t Pair(const std::uint32_t* p, std::size_t number) 
   return isForward ? pair : std::rotl(pair, 32);
 }
 
-// Inlined by force: the states are in registers only where no call gets in between.
+// Always inlined: a call would move the states out of their registers.
 template <typename Round, std::size_t kCount>
 KX_ALWAYS_INLINE void RunRound(std::uint64_t (&states)[kCount], const Round& round) {
   for (std::uint64_t& state : states) {
@@ -51,8 +51,7 @@ KX_ALWAYS_INLINE void RunTwoRounds(std::uint64_t (&states)[kCount], std::uint64_
   RunRound(states, round);
 }
 
-// All rounds. The widest group's are written out, which saves the counting; smaller groups run at
-// most once per message.
+// All rounds. Those of the widest group are unrolled; smaller groups run at most once per message.
 template <typename Round, Direction kDirection, std::size_t kCount>
 KX_ALWAYS_INLINE void RunAllRounds(std::uint64_t (&states)[kCount], const std::uint32_t* p,
                                    const Round& round) {
@@ -68,8 +67,7 @@ KX_ALWAYS_INLINE void RunAllRounds(std::uint64_t (&states)[kCount], const std::u
   }
 }
 
-// A block is opaque on its way from and to memory; otherwise GCC moves the states into vector
-// registers and back.
+// Barriers at the loads and stores keep GCC from moving the states through vector registers.
 template <typename Round, Direction kDirection, std::size_t kCount>
 void CipherGroup(const std::uint32_t* p, const Round& round, const std::uint8_t* input,
                  std::uint8_t* output) {
@@ -85,7 +83,7 @@ void CipherGroup(const std::uint32_t* p, const Round& round, const std::uint8_t*
   }
 }
 
-// The functions for what is left over of a message, 1 to kWidth blocks.
+// The functions for the remainder of a message, 1 to kWidth blocks.
 template <typename Round, Direction kDirection, std::size_t... kIndices>
 constexpr auto RestFunctions(std::index_sequence<kIndices...>) {
   using Function = void (*)(const std::uint32_t*, const Round&, const std::uint8_t*, std::uint8_t*);

@@ -6,7 +6,7 @@
 
 #include "processor/KernelRules.h"
 
-// The inside of the Blowfish engine: how many blocks are worked on with the processor at hand.
+// Internals of the Blowfish engine: many blocks at once, by processor-specific kernels.
 namespace Cifra::BlowfishBlocks {
 
 inline constexpr std::size_t kBlockBytes = 8;
@@ -16,12 +16,12 @@ struct Tables {
   const std::uint32_t* s;  // the four boxes
 };
 
-// Works on the first of so many blocks and returns how many it has done.
+// Processes some of the blocks, beginning with the first, and returns their number.
 using BlocksFunction = std::size_t (*)(const Tables& tables, const std::uint8_t* input,
                                        std::uint8_t* output, std::size_t blocks);
 
-// Kernel works on as many blocks as fill its registers and leaves the rest; without functions it
-// leaves everything.
+// Kernel processes as many blocks as fill its registers and leaves the remainder; without functions
+// it leaves all of them.
 struct Kernel {
   const KernelRule& rule;
   BlocksFunction encipher;
@@ -36,14 +36,14 @@ void EncipherWith(const Kernel& kernel, const Tables& tables, const std::uint8_t
 void DecipherWith(const Kernel& kernel, const Tables& tables, const std::uint8_t* input,
                   std::uint8_t* output, std::size_t blocks);
 
-// With the kernel that is chosen on this processor.
+// Use the kernel chosen on this processor.
 void Encipher(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,
               std::size_t blocks);
 void Decipher(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,
               std::size_t blocks);
 
-// All blocks, in general-purpose registers: in C++ alone, and on x64 in assembly. A build uses one
-// of the two; where there is a choice, the other one is only tested.
+// Process all blocks in general-purpose registers: in C++ and, on x64, in assembly. A build that
+// has both uses the assembly and only tests the other.
 void EncipherPortable(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,
                       std::size_t blocks);
 void DecipherPortable(const Tables& tables, const std::uint8_t* input, std::uint8_t* output,

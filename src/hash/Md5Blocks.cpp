@@ -7,7 +7,7 @@ namespace Cifra::Md5Blocks {
 
 namespace {
 
-// A message this short is not worth the choice.
+// Shorter messages are not worth the choice.
 constexpr std::uint32_t kLeastForKernel = 1024;
 
 constexpr Kernel kKernels[] = {

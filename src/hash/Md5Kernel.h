@@ -5,10 +5,10 @@
 
 #include "processor/KernelRules.h"
 
-// The inside of the MD5 engine: how whole blocks are transformed on the processor at hand.
+// Internals of the MD5 engine: whole blocks, transformed by processor-specific kernels.
 namespace Cifra::Md5Blocks {
 
-// Transforms the blocks of length bytes, a multiple of the block's.
+// Transforms `length` bytes of whole blocks.
 using TransformFunction = void (*)(std::uint32_t (&state)[4], const std::uint8_t* blocks,
                                    std::uint32_t length);
 
@@ -20,7 +20,7 @@ struct Kernel {
 // The kernels of this build; see KernelRules.h.
 std::span<const Kernel> Kernels();
 
-// With the kernel that is chosen on this processor.
+// Uses the kernel chosen on this processor.
 void Transform(std::uint32_t (&state)[4], const std::uint8_t* blocks, std::uint32_t length);
 
 void TransformScalar(std::uint32_t (&state)[4], const std::uint8_t* blocks, std::uint32_t length);

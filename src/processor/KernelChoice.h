@@ -8,9 +8,9 @@
 
 namespace Cifra {
 
-// KernelChoice holds an algorithm's kernels, in the order of their rules, and the one that is
-// chosen on this processor: by the first call that needs it, for the life of the process. Several
-// threads may choose at once, and choose the same. A Kernel has a rule among its members.
+// KernelChoice holds an algorithm's kernels, in the order of their rules, and the one chosen on
+// this processor. The first call chooses, for the life of the process; threads that choose at the
+// same time choose the same. A Kernel has a member `rule`.
 template <typename Kernel>
 class KernelChoice {
  public:

@@ -6,15 +6,15 @@
 
 #include "processor/CpuFeatures.h"
 
-// Which kernel of an algorithm runs on which processor. The rules look at the processor alone and
-// measure nothing, so every process on a machine chooses the same, the command-line client can tell
-// what the library chooses, and the choice costs a few questions to the processor.
+// Which kernel of an algorithm runs on which processor. The rules only ask for the processor's
+// features and measure nothing: every process on a machine chooses the same, which lets the
+// command-line client show the library's choice.
 namespace Cifra {
 
 struct KernelRule {
   const char* name;
   bool (*isUsable)();  // whether the processor has the instructions
-  bool (*isFaster)();  // whether it then beats the kernels after it
+  bool (*isFaster)();  // whether it is then faster than the kernels after it
 };
 
 namespace KernelRules {
@@ -53,7 +53,7 @@ inline constexpr KernelRule kMd5[] = {{"scalar", Always, Always}};
 
 inline bool IsChosen(const KernelRule& rule) { return rule.isUsable() && rule.isFaster(); }
 
-// The rule of the kernel that is chosen on this processor.
+// The rule of the kernel chosen on this processor.
 template <std::size_t kCount>
 const KernelRule& Chosen(const KernelRule (&rules)[kCount]) {
   return *std::find_if(std::begin(rules), std::end(rules), IsChosen);

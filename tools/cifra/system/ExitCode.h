@@ -2,7 +2,7 @@
 
 namespace client {
 
-// ExitCode is what the program tells the shell. docs/cli.md lists the codes for users; numbers are
+// ExitCode is the program's result. docs/cli.md lists the codes for users; numbers are
 // never reused or changed.
 enum class ExitCode : int {
   kSuccess = 0,

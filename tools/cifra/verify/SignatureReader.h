@@ -19,7 +19,7 @@ struct ListedFile;
 // are as in the certificate, but for quotes and blanks at their ends, which the library takes off.
 using Name = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
-// What the library tells of a signing certificate. Texts are UTF-8.
+// What the library reports of a signing certificate. Texts are UTF-8.
 struct Signer {
   Name subject;
   Name issuer;
