@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/CifraLibrary.h"
+#include "support/TempDirectory.h"
+
+// Input of the largest and oddest kinds, and use without pause. CIFRA_HOSTILE_SECONDS makes the
+// latter longer than a second.
+namespace {
+
+using Cifra::Test::CifraLibrary;
+using Cifra::Test::Library;
+using Cifra::Test::Object;
+using Text = kx::StringT<wchar_t>;
+
+constexpr std::size_t kTenMillion = 10'000'000;
+constexpr std::uint8_t kKey[] = {'k', 'e', 'y'};
+
+int Seconds() {
+  const char* given = std::getenv("CIFRA_HOSTILE_SECONDS");
+  return given ? std::atoi(given) : 1;
+}
+
+struct NamedText {
+  const char* name;
+  std::wstring text;
+};
+
+// Texts that are no text, or too much of it.
+std::vector<NamedText> OddTexts() {
+  return {{"a lone high surrogate", L"a\xD800"},
+          {"a lone low surrogate", L"\xDC00z"},
+          {"surrogates in the wrong order", L"\xDC00\xD800"},
+          {"not a character", L"\xFFFF\xFFFE"},
+          {"controls", L"\x01\x02\x1A\x7F\x85"},
+          {"260 characters", std::wstring(260, L'a')},
+          {"32,767 characters", std::wstring(32'767, L'a')}};
+}
+
+TEST(HostileInput, OddTexts_ComeBackOrAreReplaced) {
+  const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
+  object->SetKey(kKey, sizeof(kKey));
+  for (const NamedText& odd : OddTexts()) {
+    std::vector<wchar_t> encoded(8 * odd.text.size() + 64);
+    ASSERT_EQ(1u, object->EncodeText(odd.text.c_str(), encoded.data(),
+                                     static_cast<std::uint32_t>(encoded.size())))
+        << odd.name;
+    std::vector<wchar_t> decoded(odd.text.size() + 8);
+    ASSERT_EQ(1u, object->DecodeText(encoded.data(), decoded.data(),
+                                     static_cast<std::uint32_t>(decoded.size())))
+        << odd.name;
+    // UTF-8 has no lone surrogates: the platform puts the replacement character in their place.
+    std::wstring expected = odd.text;
+    for (wchar_t& character : expected) {
+      character = character >= 0xD800 && character <= 0xDFFF ? L'\xFFFD' : character;
+    }
+    EXPECT_EQ(expected, decoded.data()) << odd.name;
+  }
+}
+
+TEST(HostileInput, TenMillionCharacters_ComeBackWhole) {
+  const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
+  object->SetKey(kKey, sizeof(kKey));
+  const std::wstring text(kTenMillion, L'x');
+  std::vector<wchar_t> encoded(kTenMillion / 3 * 4 + 64);
+  ASSERT_EQ(1u, object->EncodeText(text.c_str(), encoded.data(),
+                                   static_cast<std::uint32_t>(encoded.size())));
+  std::vector<wchar_t> decoded(kTenMillion + 1);
+  ASSERT_EQ(1u, object->DecodeText(encoded.data(), decoded.data(),
+                                   static_cast<std::uint32_t>(decoded.size())));
+  EXPECT_TRUE(text == decoded.data());
+}
+
+TEST(HostileInput, OddNamesOfObjects_AreUnknown) {
+  for (const NamedText& odd : OddTexts()) {
+    void* object = &object;
+    EXPECT_EQ(1168u,
+              Library().createObject(odd.text.c_str(), &IKxBaseInterface::kInterfaceId, &object))
+        << odd.name;
+    EXPECT_EQ(nullptr, object) << odd.name;
+  }
+}
+
+TEST(HostileInput, OddNamesOfFiles_GiveAnErrorAndLeaveTheOutput) {
+  const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
+  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+  for (const NamedText& odd : OddTexts()) {
+    Text output = L"unchanged";
+    EXPECT_NE(0u, md5->HashFile(odd.text.c_str(), output)) << odd.name;
+    EXPECT_NE(0u, sha256->HashFile(odd.text.c_str(), output)) << odd.name;
+    EXPECT_EQ(std::wstring(L"unchanged"), output.CStr()) << odd.name;
+    EXPECT_NE(0u, signature->VerifyFile(odd.text.c_str(), false)) << odd.name;
+    EXPECT_FALSE(signature->IsSigned(odd.text.c_str(), false)) << odd.name;
+  }
+}
+
+// Files that begin like programs and are none.
+TEST(HostileInput, BrokenPrograms_AreOpenedAndNotTrusted) {
+  const Cifra::Test::TempDirectory directory;
+  std::string headers(512, '\0');
+  headers.replace(0, 2, "MZ");
+  std::string beyond = headers;
+  beyond.replace(0x3C, 4, "\xF0\xFF\xFF\x7F");
+  std::string inside = headers;
+  inside[0x3C] = 0x40;
+  inside.replace(0x40, 4, "PE\0\0", 4);
+  for (const std::string& content : {std::string(), std::string("M"), std::string("MZ"), headers,
+                                     beyond, inside, inside + std::string(100'000, '\xFF')}) {
+    const auto file = directory / L"broken.exe";
+    std::ofstream(file, std::ios::binary) << content;
+    const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+    EXPECT_EQ(0u, signature->VerifyFile(file.wstring().c_str(), false)) << content.size();
+    EXPECT_FALSE(signature->IsSigned(file.wstring().c_str(), false)) << content.size();
+  }
+}
+
+// What a thread does over and over with objects of its own; false when something is wrong.
+bool UseAllObjects() {
+  const Object<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId);
+  wchar_t encoded[64];
+  wchar_t decoded[64];
+  const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
+  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+  Text md5Digest;
+  Text sha256Digest;
+  md5->GetHashString(md5Digest);
+  sha256->GetHashString(sha256Digest);
+  return cipher->SetKey(kKey, sizeof(kKey)) == 1 &&
+         cipher->EncodeText(L"a text", encoded, 64) == 1 &&
+         cipher->DecodeText(encoded, decoded, 64) == 1 && std::wstring(L"a text") == decoded &&
+         std::wstring(L"D41D8CD98F00B204E9800998ECF8427E") == md5Digest.CStr() &&
+         sha256Digest.Length() == 64 && signature->VerifyFile(L"missing", false) != 0;
+}
+
+TEST(HostileInput, EightThreadsWithObjectsOfTheirOwn_AreServed) {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point end = Clock::now() + std::chrono::seconds(Seconds());
+  std::atomic<int> rounds{0};
+  std::atomic<int> failures{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] {
+      do {
+        failures += UseAllObjects() ? 0 : 1;
+        ++rounds;
+      } while (Clock::now() < end);
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(0, failures);
+  EXPECT_GE(rounds, 8);
+}
+
+TEST(HostileInput, LoadingAndUnloadingAgainAndAgain_Works) {
+  const std::filesystem::path file = CifraLibrary::FileUnderTest();
+  const Cifra::Test::TempDirectory directory;
+  const auto copy = directory / L"Copied.dll";
+  std::filesystem::copy_file(file, copy);
+  for (int i = 0; i < 100 * Seconds(); ++i) {
+    CifraLibrary library(copy);
+    void* object = nullptr;
+    ASSERT_EQ(
+        0u, library.createObject(Cifra::kBase64ObjectId, &IKxBaseInterface::kInterfaceId, &object));
+    library.destroyObject(Cifra::kBase64ObjectId, static_cast<IKxBaseInterface*>(object));
+    library.Unload();
+    ASSERT_EQ(nullptr, GetModuleHandleW(copy.c_str())) << i;
+  }
+}
+
+}  // namespace
