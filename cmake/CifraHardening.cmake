@@ -14,7 +14,8 @@ unset(CMAKE_REQUIRED_FLAGS)
 function(cifra_hardening target)
   if(MSVC)
     target_compile_options(${target} PRIVATE /GS /sdl /guard:cf)
-    target_link_options(${target} PRIVATE /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT)
+    target_link_options(${target} PRIVATE /guard:cf /DYNAMICBASE /HIGHENTROPYVA /NXCOMPAT
+                                             /DEPENDENTLOADFLAG:0x800)
     return()
   endif()
 
@@ -44,6 +45,8 @@ function(cifra_hardening target)
       # May run with a shadow stack: whoever unwinds does so through the platform.
       target_link_options(${target} PRIVATE -Wl,-Xlink=-cetcompat)
     endif()
+    # What a module imports is looked for in the system's folder alone. GNU's linker cannot set this.
+    target_link_options(${target} PRIVATE -Wl,-Xlink=-dependentloadflag:0x800)
     if(CMAKE_SYSTEM_PROCESSOR STREQUAL "ARM64")
       # Return addresses signed with the B key, the only one that Windows supports.
       target_compile_options(${target} PRIVATE -mbranch-protection=pac-ret+b-key)

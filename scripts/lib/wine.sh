@@ -138,6 +138,7 @@ wine_help() {
   cat <<HELP
 Usage: ${0##*/} PROGRAM ARGUMENT...   runs a Windows program; exits with its code's low byte
        ${0##*/} --start | --stop      starts or ends Wine's server ahead of time
+       ${0##*/} --prefix              tells the folder of Wine's drives, made if need be
 
 Exits with $wine_cannot_run, and a line on standard error, when this machine cannot run such programs or
 there is no such program. An exit code of 9 or 53 is explained on standard error. The program sees the machine's
@@ -156,6 +157,10 @@ wine_main() { # ARCHITECTURE ARGUMENT...
   case $1 in
     --start) wine_start ;;
     --stop) wine_stop ;;
+    --prefix)
+      wine_start
+      printf '%s\n' "$WINEPREFIX"
+      ;;
     *)
       [[ $1 != */* || -f $1 ]] || wine_fail "$1: no such program"
       wine_start

@@ -3,10 +3,12 @@
 CIFRA_PROGRAM is the client's path; CIFRA_RUNNER, a list separated by semicolons, comes before it.
 """
 
+import filecmp
 import os
 import pathlib
 import re
 import shlex
+import shutil
 import subprocess
 
 import pytest
@@ -47,6 +49,26 @@ class Result:
         return self.bytes.decode(ENCODING)
 
 
+RUNNER = [part for part in os.environ.get("CIFRA_RUNNER", "").split(";") if part]
+
+
+def place_in_system(*standins):
+    """Puts stand-ins where the client takes the system's libraries from, and from nowhere else.
+
+    There Wine prefers its own: a run takes the stand-in of a library that it names in
+    WINEDLLOVERRIDES, and other runs are not disturbed. (Wine has no working Ntdsapi.dll of its own
+    that a run could miss.)
+    """
+    told = subprocess.run([*RUNNER, "--prefix"], capture_output=True, text=True, check=True)
+    system = pathlib.Path(told.stdout.strip()) / "drive_c/windows/system32"
+    for standin in map(pathlib.Path, standins):
+        place = system / standin.name.lower()
+        if not filecmp.cmp(standin, place, shallow=False):
+            arriving = place.with_suffix(f".{os.getpid()}")
+            shutil.copy(standin, arriving)
+            os.replace(arriving, place)  # at once: it may be in use
+
+
 class Client:
     """Runs the client in one folder."""
 
@@ -54,7 +76,7 @@ class Client:
         self.folder = folder
         self.program = program
         self.runs = []
-        self.runner = [part for part in os.environ.get("CIFRA_RUNNER", "").split(";") if part]
+        self.runner = RUNNER
 
     def __call__(self, *arguments, stdin=b"", env=None):
         process = subprocess.run(

@@ -7,11 +7,12 @@ import json
 import os
 import pathlib
 import random
-import shutil
 import subprocess
 
 import jsonschema
 import pytest
+
+from conftest import place_in_system
 
 SCHEMA = pathlib.Path(__file__).parents[2] / "docs/schema/hash.json"
 ALGORITHMS = ["md5", "sha256"]
@@ -239,10 +240,8 @@ def test_a_whole_path_may_have_patterns(cifra):
     assert name == f"Z:{path}"
 
 
-def test_a_file_that_the_system_fails_to_hash_is_named(program, cifra):
-    for file in (program, program.parent / "Cifra.dll", os.environ["CIFRA_STANDIN_CNG"]):
-        shutil.copy(file, cifra.folder)
-    cifra.program = cifra.folder / program.name
+def test_a_file_that_the_system_fails_to_hash_is_named(cifra):
+    place_in_system(os.environ["CIFRA_STANDIN_CNG"])
     cifra.write("a", "content")
     for call in ("BCryptCreateHash", "BCryptHashData", "BCryptFinishHash"):
         failing = {"WINEDLLOVERRIDES": "bcrypt=n,b", "CIFRA_FAILING_CNG_CALL": call}

@@ -6,9 +6,9 @@ import shutil
 
 import pytest
 
-from conftest import Client
+from conftest import Client, place_in_system
 
-COMMANDS = ["encrypt", "decrypt", "base64", "hash", "verify", "version"]
+COMMANDS = ["encrypt", "decrypt", "base64", "hash", "verify", "version", "selftest"]
 
 
 def test_help_lists_the_commands(cifra):
@@ -128,6 +128,7 @@ def test_a_library_that_cannot_find_itself_again_says_so(program, tmp_path):
     deep.mkdir(parents=True)
     far = copied_client(program, deep / ("z" * 100))
     shutil.copy(program.parent / "Cifra.dll", far.folder)
+    far.folder = tmp_path  # not so deep that it cannot be worked in
     for arguments in (["encrypt", "text"], ["decrypt", "dYBu2QSKu0s="]):
         result = far(*arguments, "--key-env", "K", env={"K": "secret"})
         assert (result.code, result.bytes) == (7, b"")
@@ -140,3 +141,44 @@ def test_the_library_is_taken_from_the_programs_folder_only(program, tmp_path, c
     alone = copied_client(program, tmp_path / "alone")
     alone.folder = program.parent  # where a Cifra.dll is
     assert alone("base64", "text").code == 7
+
+
+def test_selftest_tells_what_works_and_where(cifra, program):
+    result = cifra.succeed("selftest")
+    told = dict(line.split(None, 1) if not line.startswith("exported") else ("functions", line.split()[-1]) for line in result.text.splitlines())
+    objects = ["Blowfish", "Base64", "BowfishAndBase64", "Md5", "Sha256", "DigitalSignature"]
+    assert {name: "ok" for name in [*(f"Cifra.{name}" for name in objects), "functions"]}.items() <= told.items()
+    assert told["library"].replace("\\", "/") == f"Z:{program.parent}/Cifra.dll"
+    assert re.fullmatch(r"\d+\.\d+\.\d+", told["version"])
+    assert told["processor"] in ("x64", "ARM64")
+    assert told["kernels"] in cifra.succeed("version").text
+
+
+def test_selftest_tells_what_does_not_work(program, tmp_path):
+    place_in_system(os.environ["CIFRA_STANDIN_CNG"])
+    failing = {"WINEDLLOVERRIDES": "bcrypt=n,b", "CIFRA_FAILING_CNG_CALL": "BCryptFinishHash"}
+    result = Client(tmp_path, program)("selftest", env=failing)
+    assert result.code == 8
+    assert re.search(r"^Cifra.Sha256 +FAILED: the system's hashing service failed$", result.text, re.MULTILINE)
+    assert result.text.count(" ok\n") == 6
+    assert "1 of 7 parts failed" in result.error
+
+
+def test_libraries_planted_beside_the_program_are_not_taken(program, tmp_path):
+    place_in_system(os.environ["CIFRA_STANDIN_TRUST"], os.environ["CIFRA_STANDIN_NAMES"])
+    planted = copied_client(program, tmp_path / "planted")
+    shutil.copy(program.parent / "Cifra.dll", planted.folder)
+    for name in ("bcrypt.dll", "Ntdsapi.dll", "winmm.dll", "wintrust.dll"):
+        planted.write(name, "no library: to load it fails")
+    planted.write("signed", "0\tcertificate\t0\t00ab01\tCN=A, O=B\tCN=C\n")
+    native = {"WINEDLLOVERRIDES": "bcrypt,ntdsapi,winmm,wintrust=n,b"}
+    assert planted.succeed("base64", "text", env=native).text == "dGV4dA==\n"
+    assert "CN=A, O=B" in planted.succeed("verify", "signed", env=native).text
+
+
+def test_the_program_says_what_it_is_and_needs(program):
+    text = program.read_bytes()
+    for word in ("Command-line client of Cifra", "OriginalFilename", "cifra.exe"):
+        assert word.encode("utf-16-le") in text
+    for element in (b'level="asInvoker"', b">true</longPathAware>", b">UTF-8</activeCodePage>", b"<supportedOS"):
+        assert element in text

@@ -14,7 +14,7 @@ import subprocess
 import jsonschema
 import pytest
 
-from conftest import Client
+from conftest import Client, place_in_system
 
 SCHEMA = pathlib.Path(__file__).parents[2] / "docs/schema/verify.json"
 
@@ -52,7 +52,8 @@ PE = b"MZ".ljust(0x3C, b"\0") + struct.pack("<I", 0x40) + b"PE\0\0"
 
 def copied(program, folder, standins):
     folder.mkdir()
-    for file in (program, program.parent / "Cifra.dll", *standins):
+    place_in_system(*standins)
+    for file in (program, program.parent / "Cifra.dll"):
         shutil.copy(file, folder)
     return folder / program.name
 

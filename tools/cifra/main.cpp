@@ -9,6 +9,7 @@
 
 #include "cipher/CipherCommands.h"
 #include "hash/HashCommand.h"
+#include "program/SelfTestCommand.h"
 #include "program/VersionCommand.h"
 #include "system/Console.h"
 #include "system/Failure.h"
@@ -38,7 +39,7 @@ std::vector<std::string> Arguments() {
 ExitCode RunProgram() {
   Program program;
   for (const auto add : {AddEncryptCommand, AddDecryptCommand, AddBase64Command, AddHashCommand,
-                         AddVerifyCommand, AddVersionCommand}) {
+                         AddVerifyCommand, AddVersionCommand, AddSelfTestCommand}) {
     add(program);
   }
   return program.Run(Arguments());
@@ -62,6 +63,9 @@ ExitCode RunAndReport() {
 }  // namespace client
 
 int main() {
+  // First of all: nothing but Cifra.dll is loaded from this program's folder, where anybody may
+  // have put a library with the name of one of the system's.
+  SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   try {
     return static_cast<int>(client::RunAndReport());
   } catch (...) {  // the report itself failed

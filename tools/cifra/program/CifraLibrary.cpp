@@ -1,6 +1,6 @@
 #include "program/CifraLibrary.h"
 
-#include <vector>
+#include <cstring>
 
 #include "system/Unicode.h"
 
@@ -21,22 +21,20 @@ std::wstring PathBesideThisProgram(const wchar_t* fileName) {
 }  // namespace
 
 CifraLibrary::CifraLibrary() : path(PathBesideThisProgram(L"Cifra.dll")) {
-  module.reset(LoadLibraryExW(path.c_str(), nullptr,
-                              LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
+  module.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
   if (!module) {
     throw Failure::OfSystem(ExitCode::kNoLibrary, ToUtf8(path), "cannot load the library");
   }
-  createObject = Resolve<KxCreateObjectFunction>("KxCreateObject");
-  destroyObject = Resolve<KxDestroyObjectFunction>("KxDestroyObject");
+  createObject = Resolve<KxCreateObjectFunction*>("KxCreateObject");
+  destroyObject = Resolve<KxDestroyObjectFunction*>("KxDestroyObject");
 }
 
-template <typename Function>
-Function* CifraLibrary::Resolve(const char* name) const {
+void* CifraLibrary::AddressOf(const char* name) const {
   void* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
   if (!address) {
     throw Unusable(std::string("is not a Cifra library: it does not export ") + name);
   }
-  return reinterpret_cast<Function*>(address);
+  return address;
 }
 
 Failure CifraLibrary::Unusable(const std::string& why) const {
@@ -56,18 +54,31 @@ void CifraLibrary::Destroy(const wchar_t* objectId, IKxBaseInterface* object) co
   destroyObject(objectId, object);
 }
 
+// From the loaded module: version.dll, which reads files, would be one more library to load.
 std::string CifraLibrary::Version() const {
-  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), nullptr);
-  std::vector<unsigned char> resource(size);
-  VS_FIXEDFILEINFO* info = nullptr;
-  UINT infoSize = 0;
-  if (size == 0 || !GetFileVersionInfoW(path.c_str(), 0, size, resource.data()) ||
-      !VerQueryValueW(resource.data(), L"\\", reinterpret_cast<void**>(&info), &infoSize)) {
+  struct Resource {  // VS_VERSIONINFO of the documentation, as far as it is of fixed size
+    WORD length;
+    WORD valueLength;
+    WORD type;
+    WCHAR key[16];
+    WORD padding;
+    VS_FIXEDFILEINFO info;
+  };
+  constexpr DWORD kSignature = 0xFEEF04BD;
+  const HRSRC found = FindResourceW(module.get(), MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
+  const HGLOBAL loaded = found ? LoadResource(module.get(), found) : nullptr;
+  if (!loaded || SizeofResource(module.get(), found) < sizeof(Resource)) {
     return {};
   }
-  return std::to_string(HIWORD(info->dwProductVersionMS)) + "." +
-         std::to_string(LOWORD(info->dwProductVersionMS)) + "." +
-         std::to_string(HIWORD(info->dwProductVersionLS));
+  Resource resource{};
+  std::memcpy(&resource, LockResource(loaded), sizeof(resource));
+  const VS_FIXEDFILEINFO& info = resource.info;
+  if (info.dwSignature != kSignature) {
+    return {};
+  }
+  return std::to_string(HIWORD(info.dwProductVersionMS)) + "." +
+         std::to_string(LOWORD(info.dwProductVersionMS)) + "." +
+         std::to_string(HIWORD(info.dwProductVersionLS));
 }
 
 }  // namespace client

@@ -14,6 +14,8 @@ namespace client {
 // the process without a word. Help works without the DLL.
 //
 // Failures are Failure kNoLibrary.
+//
+// The library's own imports come from the system's folder, not from this program's.
 class CifraLibrary {
  public:
   CifraLibrary();
@@ -25,13 +27,18 @@ class CifraLibrary {
   IKxBaseInterface* Create(const wchar_t* objectId) const;
   void Destroy(const wchar_t* objectId, IKxBaseInterface* object) const;
 
+  // An exported function, by its pointer's type.
+  template <typename Function>
+  Function Resolve(const char* name) const {
+    return reinterpret_cast<Function>(AddressOf(name));
+  }
+
   const std::wstring& Path() const { return path; }
   // The version that the file states, such as "1.0.0"; empty when it states none.
   std::string Version() const;
 
  private:
-  template <typename Function>
-  Function* Resolve(const char* name) const;
+  void* AddressOf(const char* name) const;
 
   std::wstring path;
   ModuleHandle module;
