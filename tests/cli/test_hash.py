@@ -67,7 +67,7 @@ def in_order(folder, shown):
 
 @pytest.mark.parametrize(
     "algorithm, options",
-    [("md5", []), ("sha256", []), ("md5", ["--tag"]), ("sha256", ["-z"]), ("sha256", ["--tag", "-z"])],
+    [("md5", []), ("sha256", ["-t"]), ("md5", ["--tag"]), ("sha256", ["-z", "-b"]), ("sha256", ["--tag", "-z"])],
 )
 def test_a_thousand_files_give_the_same_bytes(client, tree, algorithm, options):
     names = in_order(tree, ".")
@@ -318,3 +318,24 @@ def test_a_check_may_be_reported_to_programs(cifra):
     table = list(csv.DictReader(io.StringIO(cifra("hash", "-c", "list", "--format", "csv").text, newline="")))
     assert [row.pop("error") for row in table] == ["", "", errors[2]]
     assert table == [{key: value or "" for key, value in row.items()} for row in outcomes_expected()]
+
+
+def test_several_files_at_once_give_the_same_results_in_the_same_order(client, tree, tmp_path):
+    one = client.succeed("hash", "-a", "md5", "-r", ".")
+    several = client.succeed("hash", "-a", "md5", "-r", "-j", "4", ".")
+    assert several.bytes == one.bytes
+    lines = several.text.replace("  ./", "  ./no/", 2).splitlines(keepends=True)
+    (tmp_path / "list").write_text("".join(lines), encoding="utf-8")
+    checks = [client("hash", "-j", jobs, "--check", tmp_path / "list") for jobs in ("1", "4")]
+    assert [check.code for check in checks] == [3, 3]
+    assert checks[0].bytes == checks[1].bytes
+    assert checks[0].error == checks[1].error
+    assert checks[0].text.count(": OK\n") == FILES - 2
+
+
+def test_programs_are_told_how_far_the_work_is(cifra):
+    cifra.write("a", b"x" * 1000)
+    cifra.write("b", b"x" * 234)
+    result = cifra("hash", "--progress", "json", "a", "b")
+    assert (result.code, len(names_of(result))) == (0, 2)
+    assert json.loads(result.error.splitlines()[-1]) == {"bytesDone": 1234, "bytesTotal": 1234}
