@@ -21,7 +21,7 @@ GUARD_INSTRUMENTED, GUARD_TABLE = 0x100, 0x400
 
 # The platform's libraries, the C runtime's among them.
 PLATFORM = re.compile(
-    r"(kernel32|advapi32|bcrypt|crypt32|shell32|shlwapi|user32|version|winmm|wintrust|msvcrt"
+    r"(kernel32|advapi32|bcrypt|crypt32|shell32|shlwapi|user32|version|winmm|wintrust|msvcrt|ntdll"
     r"|api-ms-win-crt-[a-z]+-l1-1-0)\.dll",
     re.IGNORECASE,
 )
@@ -164,8 +164,11 @@ def check_processor(check, image, path, is_clang):
 
 
 def check_symbols(check, image, path):
-    check(CODEVIEW in image.debug_entries(), "names its PDB")
-    symbols = path.with_suffix(".pdb")
+    place = image.debug_entries().get(CODEVIEW)
+    check(place is not None and image.bytes[place : place + 4] == b"RSDS", "names its PDB")
+    name = image.bytes[place + 24 : image.bytes.index(b"\0", place + 24)].decode()
+    symbols = path.with_name(name)
+    check(symbols.is_file(), "its PDB is beside it, named without a folder", name)
     listing = tool("llvm-pdbutil", "dump", "--files", symbols).decode()
     own = [line for line in listing.splitlines() if re.search(r"\((MD5|SHA-1|SHA-256|no)", line)]
     own = [line for line in own if re.search(r"[\\/](src|tools|include)[\\/]", line)]
