@@ -2,19 +2,14 @@
 
 #include <cstring>
 
+#include "system/Paths.h"
 #include "system/Unicode.h"
 
 namespace client {
 namespace {
 
 std::wstring PathBesideThisProgram(const wchar_t* fileName) {
-  std::wstring path(MAX_PATH, L'\0');
-  DWORD length = 0;
-  while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-         path.size()) {
-    path.resize(path.size() * 2);
-  }
-  path.resize(length);
+  const std::wstring path = ProgramPath();
   return path.substr(0, path.find_last_of(L"\\/") + 1) + fileName;
 }
 

@@ -27,6 +27,9 @@ bool IsDevice(const std::wstring& path);
 // FromArgument turns a path from the command line, which is UTF-8, into the system's form.
 std::wstring FromArgument(const std::string& path);
 
+// The path of this program.
+std::wstring ProgramPath();
+
 // True for an existing folder.
 bool IsFolder(const std::wstring& path);
 

@@ -1,5 +1,7 @@
 #include "verify/CertificateChain.h"
 
+#include "verify/TimeText.h"
+
 namespace client {
 namespace {
 
@@ -47,12 +49,6 @@ std::vector<std::string> ErrorsOf(DWORD status) {
     }
   }
   return errors;
-}
-
-FILETIME FileTimeOf(std::uint64_t milliseconds) {
-  constexpr std::uint64_t kTicksIn1970 = 116444736000000000;  // since 1601, of 100 ns
-  const std::uint64_t ticks = milliseconds * 10000 + kTicksIn1970;
-  return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
 }  // namespace

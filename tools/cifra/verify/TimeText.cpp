@@ -20,15 +20,19 @@ constexpr char kUnknown[] = "unknown";
 
 }  // namespace
 
+FILETIME FileTimeOf(std::uint64_t milliseconds) {
+  constexpr std::uint64_t kTicksIn1970 = 116444736000000000;  // since 1601, of 100 ns
+  const std::uint64_t ticks = milliseconds * 10000 + kTicksIn1970;
+  return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
 std::string TimeText(const FILETIME& time) {
   SYSTEMTIME t{};
   return FileTimeToSystemTime(&time, &t) ? Seconds(t) + "Z" : kUnknown;
 }
 
 std::string TimeText(std::uint64_t milliseconds) {
-  constexpr std::uint64_t kTicksIn1970 = 116444736000000000;  // since 1601, of 100 ns
-  const std::uint64_t ticks = milliseconds * 10000 + kTicksIn1970;
-  const FILETIME time{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+  const FILETIME time = FileTimeOf(milliseconds);
   SYSTEMTIME t{};
   const bool isBefore1970 = milliseconds > std::numeric_limits<std::int64_t>::max();
   if (isBefore1970 || !FileTimeToSystemTime(&time, &t)) {

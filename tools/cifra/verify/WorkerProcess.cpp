@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "system/Failure.h"
+#include "system/Paths.h"
 
 namespace client {
 namespace {
@@ -28,17 +29,6 @@ struct Pipe {
     write.reset(ends[1]);
   }
 };
-
-std::wstring ThisProgram() {
-  std::wstring path(MAX_PATH, L'\0');
-  DWORD length = 0;
-  while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-         path.size()) {
-    path.resize(path.size() * 2);
-  }
-  path.resize(length);
-  return path;
-}
 
 // The attribute of a new process that names the handles which it inherits: without it every
 // process would get the pipes of those that are started at the same time.
@@ -102,7 +92,7 @@ void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE 
   startup.lpAttributeList = inherited.List();
   std::wstring line = commandLine;
   PROCESS_INFORMATION started{};
-  if (!CreateProcessW(ThisProgram().c_str(), line.data(), nullptr, nullptr, TRUE,
+  if (!CreateProcessW(ProgramPath().c_str(), line.data(), nullptr, nullptr, TRUE,
                       EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo,
                       &started)) {
     Fail("cannot start a process");
