@@ -31,7 +31,7 @@ std::string AnyText(FuzzedDataProvider& input) {
   return text;
 }
 
-// What a text decodes to with room enough for it, if it decodes.
+// What a text decodes to given enough space, if it is Base64.
 std::optional<Bytes> Decoded(const std::string& text) {
   const std::size_t missing = (4 - text.size() % 4) % 4;
   const std::size_t written =
@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   Bytes vector(input.ConsumeIntegral<std::uint8_t>(), 0xEE);
   const std::uint32_t result = object.Decode(text, vector);
-  // Without its padding a text does not get the room that it needs.
+  // A text without its padding is decoded into a buffer that is too small for it.
   const bool isDecoded = decoded && !decoded->empty() && text.size() % 4 == 0;
   Require(result == (isDecoded ? 0 : kFunctionFailed));
   Require(vector == (isDecoded ? *decoded : Bytes()));

@@ -51,8 +51,8 @@ struct Rule {
   bool canFail;
 };
 
-// An import that can fail. `fail` stands for it then: it sets the last error and returns what the
-// platform returns. `note` enters the result of a real call in the ledger.
+// An import that can fail. `fail` then replaces the call: it sets the last error and returns what
+// the platform returns. `note` enters the result of a real call in the ledger.
 template <Name kName, typename Function>
 struct Fallible;
 

@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-// Stands between the library under test and everything that it imports, and lets calls fail on
-// order.
+// Intercepts everything that the library under test imports, and lets calls fail on order.
 namespace Cifra::Test {
 
 class FailingImports {

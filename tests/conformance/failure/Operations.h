@@ -14,9 +14,9 @@ struct Operation {
   std::string name;
   // Makes what the operation needs, which goes when the body does.
   std::function<Body()> prepare;
-  // What the contract lets it answer when an import fails, as "IMPORT RESULT"; a * at the end
-  // stands for any rest. Always allowed are the same result as without a failure and, where there
-  // is no memory, std::bad_alloc.
+  // What the contract lets it answer when an import fails, as "IMPORT RESULT"; a trailing * matches
+  // any rest. Always allowed are the same result as without a failure and, where there is no
+  // memory, std::bad_alloc.
   std::vector<std::string> allowed;
   // Whether lack of memory, or a copy that does not fit, may end the process.
   bool mayEndProcess = false;
