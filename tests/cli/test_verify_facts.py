@@ -6,14 +6,13 @@ import json
 import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 
 import jsonschema
 import pytest
 
-from conftest import Client
+from conftest import Client, place_in_system
 
 ROOT = pathlib.Path(__file__).parents[2]
 SCHEMA = ROOT / "docs/schema/verify.json"
@@ -34,12 +33,8 @@ def found(tmp_path_factory):
     changed[0x300] ^= 1
     (folder / "changed.exe").write_bytes(changed)
     (folder / "read.me").write_text("text")
-    binaries = folder / "bin"
-    binaries.mkdir()
-    program = pathlib.Path(os.environ["CIFRA_PROGRAM"])
-    for file in (program, program.parent / "Cifra.dll", os.environ["CIFRA_STANDIN_NAMES"]):
-        shutil.copy(file, binaries)
-    client = Client(folder, binaries / program.name)
+    place_in_system(os.environ["CIFRA_STANDIN_NAMES"])
+    client = Client(folder, pathlib.Path(os.environ["CIFRA_PROGRAM"]))
     names = sorted(path.name for path in folder.iterdir() if path.is_file())
     result = client("verify", *names, "--chain", "--format", "json")
     document = json.loads(result.text)
