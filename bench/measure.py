@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Runs a benchmark program, and those of its benchmarks again whose times spread widely, up to three
+"""Runs a benchmark program, and those of its benchmarks again whose times spread widely, up to two
 times; of two runs the one that spreads less counts, whichever is the faster. Writes the times as JSON.
 
 Usage: measure.py OUTPUT REPETITIONS PROGRAM [ARGUMENT...]"""
@@ -12,7 +12,7 @@ import sys
 import tempfile
 
 WIDE = 0.05  # between the quarters, as a share of the median
-RETRIES = 3
+RETRIES = 2
 AT_ONCE = 100  # benchmarks whose names fit a command line
 
 
