@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "Cifra/ResultCodes.h"
 #include "cipher/Base64Codec.h"
+#include "foundation/Wiped.h"
 #include "framework/QueryInterfaceOf.h"
 
 namespace {
@@ -50,6 +52,14 @@ void* Base64ObjectImplementation::QueryInterface(const InterfaceId& iid) {
 
 void Base64ObjectImplementation::Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                         std::string& output, bool addPadding) {
+  const std::less<const std::uint8_t*> isBelow;
+  const auto* const text = reinterpret_cast<const std::uint8_t*>(output.data());
+  if (!isBelow(input, text) && isBelow(input, text + output.capacity())) {
+    // In place: the text is longer than its bytes, and resizing may free them.
+    const kx::Wiped<std::vector<std::uint8_t>> copy(input, input + inputLength);
+    Encode(copy, output, addPadding);
+    return;
+  }
   const std::uint64_t encoded = Cifra::Base64Codec::EncodedLength(inputLength, addPadding);
   if (encoded >= kLeastForPieces && encoded > inputLength && output.capacity() < encoded) {
     output = EncodeInPieces(input, inputLength, encoded, addPadding);

@@ -4,6 +4,7 @@
 
 #include "foundation/BoundedCopy.h"
 #include "foundation/Wipe.h"
+#include "foundation/Wiped.h"
 #include "foundation/string/Utf8.h"
 #include "framework/QueryInterfaceOf.h"
 
@@ -52,7 +53,8 @@ std::uint32_t BlowfishAndBase64ObjectImplementation::EncodeText(const wchar_t* t
   if (!HasParts()) {
     return kFailure;
   }
-  const kx::StringT<char> plain = kx::ToUtf8(text);
+  const kx::Wiped<kx::StringT<wchar_t>> wide(text);
+  const kx::Wiped<kx::StringT<char>> plain(kx::ToUtf8(wide));
   std::vector<std::uint8_t> encrypted;
   blowfish.iface->Encrypt(reinterpret_cast<const std::uint8_t*>(plain.CStr()), plain.Length(),
                           encrypted);
@@ -68,6 +70,7 @@ bool BlowfishAndBase64ObjectImplementation::Decipher(const std::string& text,
   if (base64.iface->Decode(text, encrypted) != kCifraSuccess || encrypted.empty()) {
     return false;
   }
+  plain.reserve(encrypted.size() + 1);  // so that DecodeText can add a terminator in place
   blowfish.iface->Decrypt(encrypted.data(), encrypted.size(), plain);
   return true;
 }
@@ -78,11 +81,12 @@ std::uint32_t BlowfishAndBase64ObjectImplementation::DecodeToBytes(const char* t
   if (!HasParts()) {
     return kFailure;
   }
-  std::vector<std::uint8_t> plain;
+  kx::Wiped<std::vector<std::uint8_t>> plain;
   if (!Decipher(std::string(text, length), plain)) {
     return kFailure;
   }
-  output.assign(plain.begin(), plain.end());
+  // Not by iterators: some libraries would make an unwiped copy first.
+  output.assign(reinterpret_cast<const char*>(plain.data()), plain.size());
   return kDone;
 }
 
@@ -96,12 +100,13 @@ std::uint32_t BlowfishAndBase64ObjectImplementation::DecodeText(const wchar_t* t
   if (!text || !*text) {
     return kDone;
   }
-  std::vector<std::uint8_t> plain;
+  kx::Wiped<std::vector<std::uint8_t>> plain;
   if (!hasDestination || !HasParts() || !Decipher(kx::ToUtf8(text).CStr(), plain)) {
     return kFailure;
   }
   plain.push_back(0);
-  const kx::StringT<wchar_t> result = kx::FromUtf8(reinterpret_cast<const char*>(plain.data()));
+  const kx::Wiped<kx::StringT<char>> utf8(reinterpret_cast<const char*>(plain.data()));
+  const kx::Wiped<kx::StringT<wchar_t>> result(kx::FromUtf8(utf8));
   wcsncpy_s(destination, destinationSize, result.CStr(), _TRUNCATE);
   destination[destinationSize - 1] = 0;
   return kDone;

@@ -1,8 +1,10 @@
+#include <array>
 #include <cstring>
 
 #include "Cifra/Functions.h"
 #include "Cifra/IBlowfishAndBase64.h"
 #include "foundation/BoundedCopy.h"
+#include "foundation/Wiped.h"
 #include "foundation/string/Utf8.h"
 #include "framework/ExportedObject.h"
 
@@ -38,10 +40,15 @@ std::uint32_t RunWithKey(TextOperation operation, const char* text, const char* 
                                              static_cast<std::uint32_t>(keyLength))) {
     return kCifraNotFound;
   }
-  wchar_t result[kResultSize] = {};
+  // Either the text or the result is plaintext.
+  const kx::Wiped<kx::StringT<char>> given(text);
+  const kx::Wiped<kx::StringT<wchar_t>> wide(kx::FromUtf8(given));
+  kx::Wiped<std::array<wchar_t, kResultSize>> buffer;
   // The operation's result is deliberately ignored: see Functions.h.
-  (cipher.iface->*operation)(kx::FromUtf8(text).CStr(), result, kResultSize);
-  return CopyResult(kx::ToUtf8(result), destination, destinationSize);
+  (cipher.iface->*operation)(wide.CStr(), buffer.data(), kResultSize);
+  const kx::Wiped<kx::StringT<wchar_t>> result(buffer.data());
+  const kx::Wiped<kx::StringT<char>> utf8(kx::ToUtf8(result));
+  return CopyResult(utf8, destination, destinationSize);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "hash/Md5ObjectImplementation.h"
 
 #include "Cifra/ObjectIds.h"
+#include "foundation/Wipe.h"
 #include "framework/QueryInterfaceOf.h"
 #include "hash/HashObject.h"
 
@@ -10,6 +11,9 @@ Md5ObjectImplementation::Md5ObjectImplementation() {
   log.Acquire();
   Md5Init(context);
 }
+
+// A hash that was not ended holds the last bytes of its input.
+Md5ObjectImplementation::~Md5ObjectImplementation() { kx::Wipe(&context, sizeof(context)); }
 
 void* Md5ObjectImplementation::QueryInterface(const InterfaceId& iid) {
   return QueryInterfaceOf<Cifra::IMd5>(this, iid);

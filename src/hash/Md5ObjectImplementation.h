@@ -8,6 +8,7 @@
 class Md5ObjectImplementation final : public Cifra::IMd5, public IKxBaseInterface {
  public:
   Md5ObjectImplementation();
+  ~Md5ObjectImplementation();
 
   void* QueryInterface(const InterfaceId& iid) override;
 

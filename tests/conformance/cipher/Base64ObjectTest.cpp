@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -102,6 +103,23 @@ TEST_F(Base64Object, Encode_OfALargeInput_JoinsTheTextsOfItsParts) {
       joined += Encode(input.substr(i, kPart), true);
     }
     EXPECT_TRUE(joined == Encode(input, true)) << length;
+  }
+}
+
+TEST_F(Base64Object, Encode_InPlace_GivesTheSameAsFromACopy) {
+  for (const std::size_t length : {1u, 5u, 15u, 100u, 1000u}) {
+    for (const std::size_t offset : {0u, 1u, 7u}) {
+      for (const std::size_t capacity : {0u, 4000u}) {
+        std::string plain(length, '\0');
+        std::iota(plain.begin(), plain.end(), '\x01');
+        std::string text = std::string(offset, '?') + plain;
+        text.shrink_to_fit();
+        text.reserve(capacity);
+        base64->Encode(reinterpret_cast<const std::uint8_t*>(text.data()) + offset, length, text,
+                       true);
+        EXPECT_EQ(Encode(plain, true), text) << length << " at " << offset;
+      }
+    }
   }
 }
 

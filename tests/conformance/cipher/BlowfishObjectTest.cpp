@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
 #include <numeric>
 #include <random>
 #include <stdexcept>
@@ -109,6 +112,128 @@ TEST_F(BlowfishObject, Encrypt_InPlaceIntoABufferThatMustGrow_DoesNotReadTheOldO
   buffer.shrink_to_fit();
   blowfish->Encrypt(buffer.data(), buffer.size(), buffer);
   EXPECT_EQ(Encrypt(Counting(9)), buffer);
+}
+
+TEST_F(BlowfishObject, InputInsideTheOutput_GivesTheSameAsACopy) {
+  const Bytes content = Counting(400);
+  for (const std::size_t length : {0u, 1u, 8u, 100u, 397u, 400u}) {
+    for (const std::size_t offset : {0u, 1u, 8u, 300u}) {
+      if (offset + length > content.size()) {
+        continue;
+      }
+      const Bytes input(content.begin() + static_cast<std::ptrdiff_t>(offset),
+                        content.begin() + static_cast<std::ptrdiff_t>(offset + length));
+      Bytes encrypted = content;
+      Bytes decrypted = content;
+      encrypted.shrink_to_fit();
+      blowfish->Encrypt(encrypted.data() + offset, length, encrypted);
+      blowfish->Decrypt(decrypted.data() + offset, length, decrypted);
+      EXPECT_EQ(Encrypt(input), encrypted) << length << " at " << offset;
+      EXPECT_EQ(Decrypt(input), decrypted) << length << " at " << offset;
+    }
+  }
+}
+
+// The blocks that a vector gives back as it grows are filled, so that a read of them shows.
+void FreeSpoiled(void* block) {
+  if (block) {
+    std::memset(block, 0xDD, _msize(block));
+  }
+  std::free(block);
+}
+
+TEST_F(BlowfishObject, InputInsideAnOutputThatMustGrow_IsNotReadFromFreedMemory) {
+  const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "free", &FreeSpoiled);
+  for (const std::size_t offset : {0u, 1u}) {
+    Bytes buffer = Counting(401 + offset);
+    const Bytes input(buffer.begin() + static_cast<std::ptrdiff_t>(offset), buffer.end());
+    buffer.shrink_to_fit();
+    blowfish->Encrypt(buffer.data() + offset, 401, buffer);
+    EXPECT_EQ(Encrypt(input), buffer) << offset;
+  }
+}
+
+// A vector over memory of the test's own, as the two standard libraries lay one out: begin, end and
+// end of the capacity. It is never destroyed.
+class ForgedBytes {
+ public:
+  ForgedBytes(std::uint8_t* begin, std::uint64_t size) {
+    std::uint8_t* const fields[] = {begin, begin + size, begin + size};
+    static_assert(sizeof(fields) == sizeof(Bytes));
+    std::memcpy(storage, fields, sizeof(fields));
+  }
+  Bytes& Get() { return *std::launder(reinterpret_cast<Bytes*>(storage)); }
+
+ private:
+  alignas(Bytes) std::byte storage[sizeof(Bytes)];
+};
+
+// A vector of 2^32 + 1 blocks, of which there is memory only for the first.
+constexpr std::uint64_t kHugeBytes = (std::uint64_t{1} << 35) + 8;
+constexpr std::size_t kPageBytes = 0x10000;
+constexpr int kReadOn = 3;
+std::uint8_t* hugeMemory = nullptr;
+
+LONG WINAPI ExitWhereMemoryEnds(EXCEPTION_POINTERS* exception) {
+  const auto address = exception->ExceptionRecord->ExceptionInformation[1];
+  const auto end = reinterpret_cast<std::uintptr_t>(hugeMemory + kPageBytes);
+  if (exception->ExceptionRecord->ExceptionCode == EXCEPTION_ACCESS_VIOLATION && address >= end &&
+      address < end + kPageBytes) {
+    ExitProcess(kReadOn);
+  }
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+const Cifra::Test::ChildAction kCipherHugeInput(L"CipherHugeInput", [](const auto& arguments) {
+  hugeMemory =
+      static_cast<std::uint8_t*>(VirtualAlloc(nullptr, kHugeBytes, MEM_RESERVE, PAGE_READWRITE));
+  if (!hugeMemory || !VirtualAlloc(hugeMemory, kPageBytes, MEM_COMMIT, PAGE_READWRITE)) {
+    return 1;
+  }
+  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const std::uint8_t key[4] = {1, 2, 3, 4};
+  blowfish->SetKey(key, sizeof(key));
+  AddVectoredExceptionHandler(1, &ExitWhereMemoryEnds);
+  ForgedBytes output(hugeMemory, kHugeBytes);
+  if (arguments[0] == L"Decrypt") {
+    blowfish->Decrypt(hugeMemory, kHugeBytes, output.Get());
+  } else {
+    blowfish->Encrypt(hugeMemory, kHugeBytes, output.Get());
+  }
+  const std::uint8_t zeros[8] = {};
+  const bool isFirstCiphered = std::memcmp(hugeMemory, zeros, 8) != 0;
+  const bool isSecondCiphered = std::memcmp(hugeMemory + 8, zeros, 8) != 0;
+  return isFirstCiphered && !isSecondCiphered ? 0 : 2;
+});
+
+TEST_F(BlowfishObject, Encrypt_OfTwoTo32AndOneBlocks_EnciphersTheFirstOnly) {
+  EXPECT_EQ(0u, Cifra::Test::RunChild(L"CipherHugeInput", {L"Encrypt"}).exitCode);
+}
+
+TEST_F(BlowfishObject, Decrypt_OfTwoTo32AndOneBlocks_GoesOnBehindTheFirst) {
+  EXPECT_EQ(static_cast<std::uint32_t>(kReadOn),
+            Cifra::Test::RunChild(L"CipherHugeInput", {L"Decrypt"}).exitCode);
+}
+
+const Cifra::Test::ChildAction kCipherNull(L"CipherNull", [](const auto& arguments) {
+  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const std::uint8_t key[4] = {1, 2, 3, 4};
+  blowfish->SetKey(key, sizeof(key));
+  Bytes output;
+  if (arguments[0] == L"Decrypt") {
+    blowfish->Decrypt(nullptr, 8, output);
+  } else {
+    blowfish->Encrypt(nullptr, 8, output);
+  }
+  return 0;
+});
+
+TEST_F(BlowfishObject, NullInputWithALength_EndsTheProcessSilently) {
+  for (const wchar_t* operation : {L"Encrypt", L"Decrypt"}) {
+    const Cifra::Test::ChildResult child = Cifra::Test::RunChild(L"CipherNull", {operation});
+    EXPECT_EQ(Cifra::Test::kFailFast, child.exitCode) << operation;
+    EXPECT_EQ("", child.output) << operation;
+  }
 }
 
 TEST_F(BlowfishObject, Decrypt_InPlace_GivesTheSameAsIntoAnotherBuffer) {
@@ -235,6 +360,7 @@ TEST_F(BlowfishObject, Encrypt_OfALengthThatOverflows_ThrowsLengthError) {
 struct FreedTables {
   int wiped = 0;
   int unwiped = 0;
+  std::vector<std::size_t> sizes;
 };
 FreedTables freedTables;
 
@@ -244,6 +370,7 @@ void FreeWatched(void* block) {
     const auto* bytes = static_cast<const std::uint8_t*>(block);
     const bool isWiped = std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return !byte; });
     ++(isWiped ? freedTables.wiped : freedTables.unwiped);
+    freedTables.sizes.push_back(size);
   }
   std::free(block);
 }
@@ -257,6 +384,7 @@ TEST_F(BlowfishObject, Destruction_WipesBothTablesBeforeTheirMemoryIsFreed) {
   }
   EXPECT_EQ(2, freedTables.wiped);
   EXPECT_EQ(0, freedTables.unwiped);
+  EXPECT_EQ((std::vector<std::size_t>{72, 4096}), freedTables.sizes) << "P before S";
 }
 
 const Cifra::Test::ChildAction kSetKeyOfLength(L"SetKeyOfLength", [](const auto& arguments) {

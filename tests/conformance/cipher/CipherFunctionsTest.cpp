@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <string>
 #include <thread>
 #include <vector>
@@ -102,6 +103,17 @@ TEST(CipherFunctions, Decode_WithTheSameKey_GivesTheText) {
 TEST(CipherFunctions, Decode_OfCharactersOutsideAscii_GivesThemBack) {
   const char* text = "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80 \xD0\x96";
   EXPECT_EQ(text, Decode(Encode(text).text.c_str()).text);
+}
+
+TEST(CipherFunctions, BothFunctions_TreatOtherThanAsciiAsTheObjectDoes) {
+  const Cifra::Test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  combined->SetKey(reinterpret_cast<const std::uint8_t*>(kKey), sizeof(kKey) - 1);
+  wchar_t encoded[256] = {};
+  combined->EncodeText(L"\u00E9 \u20AC \U0001F600 \u0416", encoded, 256);
+  const std::string expected(encoded, encoded + std::wcslen(encoded));
+  const char* const utf8 = "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80 \xD0\x96";
+  EXPECT_EQ(expected, Encode(utf8).text);
+  EXPECT_EQ(utf8, Decode(expected.c_str()).text);
 }
 
 TEST(CipherFunctions, Decode_OfWhatIsNotBase64_GivesSuccessAndAnEmptyText) {
