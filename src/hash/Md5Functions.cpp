@@ -4,6 +4,7 @@
 #include "Cifra/IMd5.h"
 #include "Cifra/ObjectIds.h"
 #include "foundation/BoundedCopy.h"
+#include "foundation/Wiped.h"
 #include "foundation/string/Utf8.h"
 #include "framework/ExportedObject.h"
 
@@ -25,11 +26,14 @@ uint32_t CalculateTextMd5(const char* text, char* output) {
   }
   kx::StringT<wchar_t> digest;
   md5.iface->GetHashString(digest);
-  kx::CopyBounded(output, kOutputBytes, kx::ToUtf8(digest).CStr());
-  _strlwr(output);
+  kx::StringT<char> narrow = kx::ToUtf8(digest);
+  _strlwr(narrow.GetBuffer(0));
+  kx::CopyBounded(output, kOutputBytes, narrow.CStr());
   return kCifraSuccess;
 }
 
 uint32_t CalculateWideCharTextMd5(const wchar_t* text, char* output) {
-  return CalculateTextMd5(kx::ToUtf8(text).CStr(), output);
+  const kx::Wiped<kx::StringT<wchar_t>> wide(text);
+  const kx::Wiped<kx::StringT<char>> utf8(kx::ToUtf8(wide));
+  return CalculateTextMd5(utf8.CStr(), output);
 }

@@ -14,9 +14,11 @@ void* Sha256ObjectImplementation::QueryInterface(const InterfaceId& iid) {
 }
 
 std::int32_t Sha256ObjectImplementation::Init() {
-  hash.reset();
-  algorithm.reset();
-
+  if (open) {
+    hash.reset();
+    algorithm.reset();
+    open = false;
+  }
   BCRYPT_ALG_HANDLE newAlgorithm = nullptr;
   BCryptOpenAlgorithmProvider(&newAlgorithm, BCRYPT_SHA256_ALGORITHM, nullptr, 0);
   algorithm.reset(newAlgorithm);
@@ -24,6 +26,7 @@ std::int32_t Sha256ObjectImplementation::Init() {
   BCRYPT_HASH_HANDLE newHash = nullptr;
   const NTSTATUS status = BCryptCreateHash(newAlgorithm, &newHash, nullptr, 0, nullptr, 0, 0);
   hash.reset(newHash);
+  open = true;
   return status;
 }
 

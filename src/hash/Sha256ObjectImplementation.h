@@ -21,4 +21,5 @@ class Sha256ObjectImplementation final : public Cifra::ISha256, public IKxBaseIn
   logging::CLogDLLRef log;
   CngAlgorithm algorithm;  // outlives the hash that is made from it
   CngHash hash;
+  bool open = false;  // the handles were set up, and are to be given back
 };

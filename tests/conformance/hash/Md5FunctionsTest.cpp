@@ -76,6 +76,21 @@ TEST(Md5Functions, Digest_EndsWithATerminatorInByte33) {
   EXPECT_EQ(kUntouched, output[kOutputBytes]);
 }
 
+char* lowered = nullptr;
+
+char* RememberLowered(char* text) {
+  lowered = text;
+  return _strlwr(text);
+}
+
+TEST(Md5Functions, Digest_IsInLowerCaseBeforeItReachesTheOutput) {
+  const ImportPatch patch(Library().Module(), "_strlwr", &RememberLowered);
+  char output[kOutputBytes];
+  calculateTextMd5("abc", output);
+  EXPECT_NE(nullptr, lowered);
+  EXPECT_NE(output, lowered);
+}
+
 TEST(Md5Functions, LongText_IsHashedWhole) {
   EXPECT_EQ("7707d6ae4e027c70eea2a935c2296f21",
             Call(calculateTextMd5, std::string(1'000'000, 'a').c_str()));
