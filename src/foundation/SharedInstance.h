@@ -4,23 +4,26 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
+#include <cstdlib>
+#include <utility>
 
 namespace kx {
 
-// SpinLock is a one-word lock for short or rare sections; a waiter sleeps for 1 ms between
-// attempts.
+// SpinLock is a lock of one word, 0 free and 1 taken, for short or rare sections; a waiter sleeps
+// for 1 ms between attempts.
 class SpinLock {
  public:
-  void lock() {
-    while (word.exchange(1) != 0) {
+  explicit SpinLock(std::atomic<std::uint32_t>& word) : spinWord(word) {
+    while (spinWord.exchange(1) != 0) {
       Sleep(1);
     }
   }
-  void unlock() { word.store(0, std::memory_order_release); }
+  ~SpinLock() { spinWord.store(0, std::memory_order_release); }
+  SpinLock(const SpinLock&) = delete;
+  SpinLock& operator=(const SpinLock&) = delete;
 
  private:
-  std::atomic<std::uint32_t> word{0};
+  std::atomic<std::uint32_t>& spinWord;
 };
 
 // SharedInstance manages the library's one T, which exists while it has users: the first user
@@ -28,44 +31,53 @@ class SpinLock {
 // while the logging client loads log.dll; other threads that log wait that long. Without a
 // destructor, a T that is in use when the library is unloaded is left alone.
 template <typename T>
-class SharedInstance {
- public:
-  // Adds a user. An exception of T's constructor propagates and leaves everything unchanged.
+struct SharedInstance {
+  // Adds a user. An exception of T's constructor propagates and adds none.
   T* AddUser() {
-    const std::lock_guard guard(lock);
-    if (users == 0) {
+    const SpinLock lock(spinWord);
+    if (!HasUsers()) {
+      DestroyInstance();
       instance = new T;
+      exitHookRegistered = exitHookRegistered || std::atexit([] {}) == 0;
     }
-    ++users;
+    ++referenceCount;
     return instance;
   }
 
   void RemoveUser() {
-    const std::lock_guard guard(lock);
-    if (users == 0) {
-      return;
+    const SpinLock lock(spinWord);
+    if (referenceCount > 0) {
+      --referenceCount;
+    } else if (pinCount > 0) {
+      pinCount = 0;
     }
-    --users;
-    if (users == 0) {
-      delete instance;
-      instance = nullptr;
+    if (!HasUsers()) {
+      DestroyInstance();
     }
   }
 
-  // Reads without the lock: the answer may be outdated on return.
-  bool HasUsers() const { return users.load(std::memory_order_relaxed) != 0; }
+  // When called without the lock, the answer may be outdated on return.
+  bool HasUsers() const {
+    return referenceCount.load(std::memory_order_relaxed) +
+               pinCount.load(std::memory_order_relaxed) !=
+           0;
+  }
 
- private:
+  void DestroyInstance() { delete std::exchange(instance, nullptr); }
+
   T* instance = nullptr;
-  std::atomic<std::int32_t> users{0};
-  SpinLock lock;
+  std::atomic<std::int32_t> referenceCount{0};
+  std::atomic<std::int32_t> pinCount{0};  // counts like a reference, but is never raised
+  std::atomic<std::uint32_t> spinWord{0};
+  bool exitHookRegistered = false;  // the hook does nothing
 };
 
 template <typename T>
 inline constinit SharedInstance<T> sharedInstance{};
 
-// SharedRef is a handle to the shared T. It starts empty, counts the references it acquires and
-// returns all of them on Release or destruction. Dereferencing an empty one acquires first.
+// SharedRef is a handle to the shared T, its `registry`. It starts empty, counts the references it
+// acquires and returns all of them on Release or destruction. Dereferencing an empty one acquires
+// first.
 template <typename T>
 class SharedRef {
  public:
@@ -75,12 +87,12 @@ class SharedRef {
   SharedRef& operator=(const SharedRef&) = delete;
 
   void Acquire() {
-    instance = sharedInstance<T>.AddUser();
+    registry = sharedInstance<T>.AddUser();
     ++count;
   }
 
   void Release() {
-    instance = nullptr;
+    registry = nullptr;
     while (--count >= 0) {
       sharedInstance<T>.RemoveUser();
     }
@@ -88,14 +100,14 @@ class SharedRef {
   }
 
   T* operator->() {
-    if (!instance) {
+    if (!registry) {
       Acquire();
     }
-    return instance;
+    return registry;
   }
 
  private:
-  T* instance = nullptr;
+  T* registry = nullptr;
   std::atomic<std::int32_t> count{0};
 };
 

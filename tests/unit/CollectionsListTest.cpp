@@ -208,6 +208,32 @@ TEST(CollectionsList, Remove_AcceptsAnyEnumeratorThatStandsOnAnElement) {
   ExpectTexts({u"b"}, list);
 }
 
+// Counts how often the address of one is taken, which is how elements are told apart.
+struct Addressed {
+  Addressed* operator&() {  // NOLINT(google-runtime-operator)
+    ++timesTaken;
+    return std::addressof(*this);
+  }
+
+  static inline int timesTaken = 0;
+};
+
+TEST(CollectionsList, Remove_ThroughTheListsOwnEnumeratorSearchesNothing) {
+  kx::List<Addressed> list;
+  for (int i = 0; i < 1000; ++i) {
+    list.AddTail(Addressed());
+  }
+  const kx::EnumPtr<kx::IListEnum<Addressed>> enumerator(list.CreateEnum());
+  for (int i = 0; i < 999; ++i) {
+    enumerator->Next();
+  }
+  Addressed::timesTaken = 0;
+  EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
+  EXPECT_GE(1, Addressed::timesTaken);
+  EXPECT_EQ(999u, list.Count());
+  EXPECT_FALSE(enumerator->IsValid());
+}
+
 TEST(CollectionsList, Copies_AreIndependent) {
   TextList original = ListOf({u"a", u"b"});
   TextList copy = original;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <map>
 #include <utility>
 
@@ -111,6 +112,39 @@ TEST(CollectionsMap, KeysOfTheSameHash_AreKeptApart) {
   EXPECT_EQ(kCifraSuccess, map.Remove(u"ab"));
   EXPECT_EQ(kCifraSuccess, map.Remove(u"bAbA"));
   ExpectPairs({{u"bA", u"2"}, {u"abab", u"3"}}, map);
+}
+
+// The end of a map's memory: its buckets and their number.
+struct Table {
+  kx::MapNode<Text, Text>* const* buckets;
+  std::size_t bucketCount;
+};
+
+Table TableOf(const TextMap& map) {
+  Table table;
+  std::memcpy(&table, reinterpret_cast<const char*>(&map) + sizeof(map) - sizeof(table),
+              sizeof(table));
+  return table;
+}
+
+TEST(CollectionsMap, Table_HasEightBucketsAndGrowsBeyondLoadFactorOne) {
+  for (const auto& [pairs, buckets] : std::map<unsigned, std::size_t>{
+           {0, 8}, {1, 8}, {8, 8}, {9, 16}, {16, 16}, {17, 32}, {100, 128}}) {
+    EXPECT_EQ(buckets, TableOf(NumberedMap(pairs)).bucketCount) << pairs << " pairs";
+  }
+}
+
+TEST(CollectionsMap, Pairs_StandInTheBucketOfTheirHash) {
+  const TextMap map = NumberedMap(20);
+  const Table table = TableOf(map);
+  for (unsigned i = 0; i < 20; ++i) {
+    const Text key = NumberedText(i);
+    const auto* node = table.buckets[kx::MapKey<Text>::Hash(key) & (table.bucketCount - 1)];
+    while (node && ToStd(node->key) != ToStd(key)) {
+      node = node->nextInBucket;
+    }
+    EXPECT_NE(nullptr, node) << i;
+  }
 }
 
 TEST(CollectionsMap, Growth_KeepsEveryPairAndItsAddress) {

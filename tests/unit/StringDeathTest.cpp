@@ -36,6 +36,7 @@ TYPED_TEST(StringDeath, DamagedGuard_EndsTheProcessOnEveryChange) {
       [&](auto& string) { string.Assign(text.c_str()); },
       [&](auto& string) { string.Assign(string.CStr()); },
       [&](auto& string) { string.Append(text.c_str()); },
+      [&](auto& string) { string.Append(nullptr); },
       [&](auto& string) { string = text.c_str(); },
       [&](auto& string) { string.SetBuffer(100, true); },
       [&](auto& string) { string.ReleaseBuffer(1); },
@@ -54,6 +55,32 @@ TYPED_TEST(StringDeath, DamagedGuard_EndsTheProcessOnEveryChange) {
     EXPECT_EXIT(Damage<TypeParam>(BlockView<TypeParam>::TrailingGuardOffset(64), operationAndExit),
                 EndedItself, kSilence);
   }
+}
+
+// OverlappingMemMgr gives a header, and then a block whose last guard lies on the header's
+// capacity: the change that writes the one destroys the other, and only its end can see it.
+constexpr std::size_t kHeaderOffset = 128;
+constexpr std::size_t kCapacityOffset = kHeaderOffset + 16;
+alignas(16) unsigned char overlapping[256];
+
+class OverlappingMemMgr final : public kx::IMemMgr {
+ public:
+  void* Allocate(std::size_t bytes) override {
+    const bool isHeader = bytes == sizeof(kx::StringHeader);
+    return overlapping + (isHeader ? kHeaderOffset : kCapacityOffset + 4 - bytes);
+  }
+  void* Reallocate(void*, std::size_t) override { return nullptr; }
+  void Free(void*) override {}
+  void Release() override {}
+};
+
+TYPED_TEST(StringDeath, GuardDamagedByTheChangeItself_EndsTheProcess) {
+  const auto change = [] {
+    kx::StringT<TypeParam, OverlappingMemMgr> string;
+    string.SetBuffer(30, true);
+    std::_Exit(0);
+  };
+  EXPECT_EXIT(change(), EndedItself, kSilence);
 }
 
 TYPED_TEST(StringDeath, TextWrittenBeyondTheBuffer_EndsTheProcess) {

@@ -88,6 +88,25 @@ TYPED_TEST(StringMemory, Destruction_FreesBlockAndHeaderAndReleasesOnce) {
   EXPECT_EQ(1u, this->memory.releases);
 }
 
+TYPED_TEST(StringMemory, Destruction_FreesTheBlockThenTheHeaderThenReleases) {
+  {
+    typename TestFixture::WatchedText string(Letters<TypeParam>(5).c_str());
+  }
+  EXPECT_EQ("bhr", this->memory.order);
+}
+
+TYPED_TEST(StringMemory, MoveFromAnotherManager_CopiesTheText) {
+  static TestMemMgr another;
+  typename TestFixture::WatchedText string(Letters<TypeParam>(5).c_str());
+  kx::IMemMgr* const manager = &another;
+  std::memcpy(BlockView<TypeParam>(string).template At<void*>(4), &manager, sizeof(manager));
+  const TypeParam* const text = string.CStr();
+  const typename TestFixture::WatchedText moved(std::move(string));
+  EXPECT_NE(text, moved.CStr());
+  EXPECT_EQ(Letters<TypeParam>(5), TextOf(moved));
+  EXPECT_EQ(text, string.CStr()) << "the other manager's buffer stays where it was";
+}
+
 TYPED_TEST(StringMemory, UnsetString_AsksNothingOfTheManager) {
   {
     typename TestFixture::WatchedText string;

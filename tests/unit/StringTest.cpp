@@ -49,10 +49,12 @@ TYPED_TEST(StringT, AssignCount_TakesThatManyCharactersWithTheirZeros) {
   EXPECT_EQ(source.substr(0, 4), TextOf(string));
 }
 
-TYPED_TEST(StringT, AssignOwnPointer_DoesNothing) {
+TYPED_TEST(StringT, AssignOwnPointer_DoesNothingWhateverTheCount) {
   String<TypeParam> string(Letters<TypeParam>(10).c_str());
-  EXPECT_TRUE(string.Assign(string.CStr(), 3));
-  EXPECT_EQ(Letters<TypeParam>(10), TextOf(string));
+  for (const std::size_t count : {std::size_t{0}, std::size_t{3}, String<TypeParam>::npos}) {
+    EXPECT_TRUE(string.Assign(string.CStr(), count));
+    EXPECT_EQ(Letters<TypeParam>(10), TextOf(string));
+  }
 }
 
 TYPED_TEST(StringT, AssignFromInsideItself_MovesTheText) {
@@ -219,6 +221,19 @@ TYPED_TEST(StringT, GetBuffer_LendsTheBufferWithTheText) {
   EXPECT_EQ(std::basic_string<TypeParam>(150, TypeParam{'x'}), TextOf(string));
   string.ReleaseBuffer(0);
   EXPECT_TRUE(string.IsEmpty());
+}
+
+TYPED_TEST(StringT, SetBufferThatKeepsTheText_KeepsWhatIsNotReleasedYet) {
+  kx::FixedStringBuffer<TypeParam> fixed;
+  String<TypeParam> onTheHeap;
+  String<TypeParam> inTheFrame(fixed);
+  for (String<TypeParam>* const string : {&onTheHeap, &inTheFrame}) {
+    const std::basic_string<TypeParam> written = Letters<TypeParam>(90);
+    std::copy_n(written.c_str(), 91, string->GetBuffer(100));
+    EXPECT_TRUE(string->SetBuffer(400, true));
+    string->ReleaseBuffer();
+    EXPECT_EQ(written, TextOf(*string));
+  }
 }
 
 TYPED_TEST(StringT, ReleaseBuffer_WithoutALengthEndsTheTextAtItsFirstZero) {

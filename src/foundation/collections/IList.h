@@ -54,7 +54,7 @@ class IList {
 
   // Removes the element at which `at` is positioned and moves `at` to the next one; returns 0, or
   // kCifraNotFound, leaving `at` unchanged, if it is not on an element of this list. Takes time
-  // linear in the element's position.
+  // linear in the element's position if `at` is another module's implementation.
   virtual std::uint32_t Remove(IListEnum<T>& at) = 0;
 
   // Creates an enumerator positioned at the first element; own it with EnumPtr.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "foundation/ResultCodes.h"
@@ -68,14 +69,8 @@ class List final : public IList<T> {
   const T* GetHead() const override { return ValueOf(nodes.First()); }
   std::uint32_t GetHead(T& out) const override { return CopyOut(nodes.First(), out); }
 
-  // The enumerator may be another module's implementation, so only its interface is used: the
-  // address of its current element tells its position.
   std::uint32_t Remove(IListEnum<T>& at) override {
-    const T* element = at.Current();
-    Node* node = nodes.First();
-    while (node && &node->value != element) {
-      node = node->next;
-    }
+    Node* node = NodeAt(at);
     if (!node) {
       return kCifraNotFound;
     }
@@ -91,6 +86,28 @@ class List final : public IList<T> {
 
  private:
   using Node = ListNode<T>;
+
+  // The enumerator's node, or null if it is on no element of this list. Another module's
+  // implementation can only be asked for the address of its element, which is then searched for.
+  Node* NodeAt(IListEnum<T>& at) const {
+    if (IsListEnum(at)) {
+      const auto& own = static_cast<ListEnum<T>&>(at);
+      return own.Walks(nodes) ? own.CurrentNode() : nullptr;
+    }
+    const T* element = at.Current();
+    Node* node = nodes.First();
+    while (node && &node->value != element) {
+      node = node->next;
+    }
+    return node;
+  }
+
+  // Compares virtual tables: RTTI is not used because another compiler's has another layout.
+  bool IsListEnum(const IListEnum<T>& at) const {
+    const ListEnum<T> own(nodes);
+    return std::memcmp(static_cast<const void*>(&at), static_cast<const void*>(&own),
+                       sizeof(void*)) == 0;
+  }
 
   static T* ValueOf(Node* node) { return node ? &node->value : nullptr; }
 

@@ -26,13 +26,7 @@ struct MapKey<StringT<Char, MemMgr, Traits, BlockVersion>> {
   }
 
   static bool AreEqual(const String& left, const String& right) {
-    const Char* a = left.CStr();
-    const Char* b = right.CStr();
-    while (*a && *a == *b) {
-      ++a;
-      ++b;
-    }
-    return *a == *b;
+    return Traits::AreEqual(left.CStr(), right.CStr());
   }
 };
 

@@ -86,11 +86,12 @@ class NodeEnum : public Interface {
   }
   void Reset() override { node = nodes.First(); }
 
- protected:
-  explicit NodeEnum(const NodeList<Node>& list) : nodes(list), node(list.First()) {}
-
   // Null past the end.
   Node* CurrentNode() const { return node; }
+  bool Walks(const NodeList<Node>& list) const { return &nodes == &list; }
+
+ protected:
+  explicit NodeEnum(const NodeList<Node>& list) : nodes(list), node(list.First()) {}
 
  private:
   const NodeList<Node>& nodes;

@@ -86,6 +86,7 @@ void LogAtDepth(std::int32_t depthChange, LogLevel level, const wchar_t* functio
   static_assert((std::is_scalar_v<Arguments> && ...), "a format takes numbers and pointers only");
   if (kx::sharedInstance<CLogDLL>.HasUsers()) {
     CLogDLLRef client;
+    client.Acquire();
     client->Write(depthChange, level, function, format, arguments...);
   }
 }

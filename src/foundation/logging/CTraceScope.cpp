@@ -24,7 +24,11 @@ CTraceScope::CTraceScope(const wchar_t* function) : startTime(timeGetTime()) {
 
 CTraceScope::~CTraceScope() {
   const std::uint32_t elapsed = timeGetTime() - startTime;
-  LogAtDepth(-1, LogLevel::kInformation, functionName, L"<- %s [%d]", displayName, elapsed);
+  try {
+    LogAtDepth(-1, LogLevel::kInformation, functionName, L"<- %s [%d]", displayName, elapsed);
+  } catch (...) {
+    // Without memory for the log's client the message is lost; the traced function is not.
+  }
 }
 
 }  // namespace logging

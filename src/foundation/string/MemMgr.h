@@ -16,7 +16,7 @@ class IMemMgr {
   virtual void* Reallocate(void* block, std::size_t bytes) = 0;
   // Frees a block; null is ignored.
   virtual void Free(void* block) = 0;
-  // Called once for each destroyed string, after its buffer was freed.
+  // Called once for each destroyed string that had a buffer, its own or one in the caller's frame.
   virtual void Release() = 0;
 
  protected:
@@ -29,7 +29,7 @@ class IMemMgr {
 #pragma GCC diagnostic ignored "-Wfree-nonheap-object"
 #endif
 
-// StringMemMgr is the default manager: the C runtime's heap.
+// StringMemMgr is the default manager: the heap of the module's own C runtime.
 class StringMemMgr final : public IMemMgr {
  public:
   void* Allocate(std::size_t bytes) override { return std::malloc(bytes); }

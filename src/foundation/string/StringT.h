@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <string>
 
@@ -17,6 +18,10 @@ namespace kx {
 template <typename Char>
 struct ChTraitsCRT {
   static std::size_t Length(const Char* text) { return std::char_traits<Char>::length(text); }
+  static bool AreEqual(const Char* left, const Char* right) {
+    const std::size_t length = Length(left);
+    return length == Length(right) && std::char_traits<Char>::compare(left, right, length) == 0;
+  }
   static void Move(Char* to, const Char* from, std::size_t count) {
     std::char_traits<Char>::move(to, from, count);
   }
@@ -112,9 +117,10 @@ class FixedStringBuffer {
 // first character, null while the string is unset and reads as empty. Modules that share neither a
 // heap nor a standard library may pass strings to each other.
 //
-// Every operation that changes the text, and the destructor, checks the guards. A damaged guard or
-// a length beyond the capacity ends the process (see Fatal). So does a failed allocation, unless
-// the operation returns bool: it then returns false and changes nothing.
+// Every operation that changes the text checks the guards at its end, and the destructor at its
+// beginning. A damaged guard or a length beyond the capacity ends the process (see Fatal). So does
+// a failed allocation, unless the operation returns bool: it then returns false and changes
+// nothing.
 //
 // Lengths, capacities and counts are in characters and do not include the terminator. One thread at
 // a time may use a string. BlockVersion is the version of the block's layout, which is 1
@@ -190,7 +196,8 @@ class StringT {
   }
 
   // Gives the string its own buffer of exactly newCapacity characters. Without keepText the string
-  // becomes empty; with it, text beyond the capacity is cut off.
+  // becomes empty; with it, text beyond the capacity is cut off. Text written through GetBuffer is
+  // kept before its release, too.
   bool SetBuffer(std::size_t newCapacity, bool keepText) {
     if (newCapacity > Block::kMaxCapacity) {
       return false;
@@ -213,12 +220,16 @@ class StringT {
     header->ownsBuffer = 1;
     header->capacity = newCapacity;
     header->length = keepText ? std::min(header->length, newCapacity) : 0;
-    text[header->length] = 0;
+    if (!keepText) {
+      text[0] = 0;
+    }
+    CheckGuards();
     return true;
   }
 
   // Replaces the text. A count of npos means up to the terminator; a null source means the empty
-  // text. The source may lie inside this string; the string's own text leaves it as it is.
+  // text. The source may lie inside this string; the string's own pointer, CStr(), leaves it as it
+  // is, whatever the count.
   bool Assign(const Char* source, std::size_t count = npos) {
     CheckGuards();
     if (text && source == text) {
@@ -235,7 +246,7 @@ class StringT {
   // Appends count characters (npos: up to the terminator). The source may lie inside this string.
   bool Append(const Char* source, std::size_t count = npos) {
     if (!source) {
-      return true;
+      count = 0;
     }
     return Replace(Length(), source, count == npos ? Traits::Length(source) : count);
   }
@@ -285,7 +296,9 @@ class StringT {
     if (count > Block::kMaxCapacity - position) {
       return false;
     }
-    const bool isOwnText = text && source >= text && source <= text + Capacity();
+    const std::less_equal<const Char*> isNotAbove;
+    const bool isOwnText =
+        text && isNotAbove(text, source) && isNotAbove(source, text + Capacity());
     const std::size_t offset = isOwnText ? static_cast<std::size_t>(source - text) : 0;
     if (!Reserve(position + count)) {
       return false;
@@ -325,15 +338,15 @@ class StringT {
     return memory ? new (memory) StringHeader{&memMgr, 0, 0, kGrowBlock, 0, 1} : nullptr;
   }
 
-  // Allocates a zeroed block for a string that owns none and copies the text of its fixed buffer,
-  // if any.
+  // Allocates a zeroed block for a string that owns none and copies the content of its fixed
+  // buffer, if any.
   void* FirstBlock(const StringHeader& header, std::size_t newCapacity) const {
     const std::size_t bytes = Block::BytesFor(newCapacity);
     void* block = header.memMgr->Allocate(bytes);
     if (block) {
       std::memset(block, 0, bytes);
       if (text) {
-        Traits::Move(Block::TextOf(block), text, std::min(header.length, newCapacity));
+        Traits::Move(Block::TextOf(block), text, std::min(header.capacity, newCapacity));
       }
     }
     return block;

@@ -5,8 +5,10 @@
 #include <cstring>
 #include <map>
 #include <new>
+#include <string>
 
 #include "foundation/string/MemMgr.h"
+#include "foundation/string/StringT.h"
 
 namespace Cifra::Test {
 
@@ -17,6 +19,7 @@ struct MemoryLog {
   std::size_t reallocations = 0;
   std::size_t frees = 0;
   std::size_t releases = 0;
+  std::string order;  // of what was freed: b for a block, h for a header, r for Release
   std::size_t allocationsUntilFailure = static_cast<std::size_t>(-1);
   bool isReallocationRefused = false;
 
@@ -54,11 +57,15 @@ class TestMemMgr final : public kx::IMemMgr {
 
   void Free(void* block) override {
     ++log->frees;
+    log->order += log->blocks.at(block) == sizeof(kx::StringHeader) ? 'h' : 'b';
     log->blocks.erase(block);
     std::free(block);
   }
 
-  void Release() override { ++log->releases; }
+  void Release() override {
+    ++log->releases;
+    log->order += 'r';
+  }
 
   static inline MemoryLog* log = nullptr;
 };
