@@ -12,13 +12,15 @@
 
 namespace {
 
-ExportedObjectDeclaration<BlowfishAndBase64ObjectImplementation> blowfishAndBase64(
-    Cifra::kBlowfishAndBase64ObjectId);
+using Id = kx::StringT<wchar_t>;
+
+ExportedObjectDeclaration<BlowfishAndBase64ObjectImplementation> blowfishAndBase64(Id{
+    Cifra::kBlowfishAndBase64ObjectId});
 ExportedObjectDeclaration<Base64ObjectImplementation> base64(Cifra::kBase64ObjectId);
-ExportedObjectDeclaration<BlowfishObjectImplementation> blowfish(Cifra::kBlowfishObjectId);
-ExportedObjectDeclaration<Cifra::DigitalSignaturePlugin> digitalSignature(
-    Cifra::kDigitalSignatureObjectId);
-ExportedObjectDeclaration<Md5ObjectImplementation> md5(Cifra::kMd5ObjectId);
-ExportedObjectDeclaration<Sha256ObjectImplementation> sha256(Cifra::kSha256ObjectId);
+ExportedObjectDeclaration<BlowfishObjectImplementation> blowfish(Id{Cifra::kBlowfishObjectId});
+ExportedObjectDeclaration<Cifra::DigitalSignaturePlugin> digitalSignature(Id{
+    Cifra::kDigitalSignatureObjectId});
+ExportedObjectDeclaration<Md5ObjectImplementation> md5(Id{Cifra::kMd5ObjectId});
+ExportedObjectDeclaration<Sha256ObjectImplementation> sha256(Id{Cifra::kSha256ObjectId});
 
 }  // namespace

@@ -42,31 +42,34 @@ class ExportedObject {
 
  protected:
   explicit ExportedObject(const wchar_t* objectId) : identifier(objectId) {
-    module = LoadCifraLibrary();
-    if (!module || !Create()) {
+    Load();
+    if (!iface) {
       Reset();
     }
   }
   ~ExportedObject() { Reset(); }
 
  private:
-  bool Create() {
+  // Leaves iface null where a step fails.
+  void Load() {
+    module = LoadCifraLibrary();
+    if (!module || !FindFactory()) {
+      GetLastError();  // read and dropped: there is nobody to tell
+      return;
+    }
+    // The factory writes to the field itself.
+    if (createFunction(identifier.c_str(), &IKxBaseInterface::kInterfaceId,
+                       reinterpret_cast<void**>(&object)) == kCifraSuccess) {
+      iface = static_cast<I*>(object->QueryInterface(I::kInterfaceId));
+    }
+  }
+
+  bool FindFactory() {
     createFunction = kx::FindProcedure<KxCreateObjectFunction>(module.get(), "KxCreateObject");
-    if (!createFunction) {
-      return false;
+    if (createFunction) {
+      destroyFunction = kx::FindProcedure<KxDestroyObjectFunction>(module.get(), "KxDestroyObject");
     }
-    destroyFunction = kx::FindProcedure<KxDestroyObjectFunction>(module.get(), "KxDestroyObject");
-    if (!destroyFunction) {
-      return false;
-    }
-    void* created = nullptr;
-    if (createFunction(identifier.c_str(), &IKxBaseInterface::kInterfaceId, &created) !=
-        kCifraSuccess) {
-      return false;
-    }
-    object = static_cast<IKxBaseInterface*>(created);
-    iface = static_cast<I*>(object->QueryInterface(I::kInterfaceId));
-    return iface != nullptr;
+    return destroyFunction != nullptr;
   }
 
   kx::ModuleHandle module;

@@ -3,21 +3,27 @@
 #include <string>
 
 #include "foundation/Fatal.h"
+#include "foundation/string/StringT.h"
 #include "framework/IObjectConstructor.h"
 #include "framework/ObjectRegistry.h"
 
 // ExportedObjectDeclaration keeps the object class T registered under an identifier during its own
 // lifetime. It is for static objects: if it cannot be constructed, the process ends.
+//
+// Of two declarations of an identifier the first one counts. Either one's destructor removes the
+// identifier.
 template <typename T>
 class ExportedObjectDeclaration final : public IObjectConstructor {
  public:
-  explicit ExportedObjectDeclaration(const wchar_t* objectId) try : identifier(objectId) {
+  explicit ExportedObjectDeclaration(const wchar_t* objectId) try {
     AcquireRegistry(registryRef);
-    // The result is ignored: of two declarations of an identifier the first one counts.
+    identifier = objectId;
     registryRef->Register(identifier.c_str(), this);
   } catch (...) {
     kx::Fatal();
   }
+  explicit ExportedObjectDeclaration(const kx::StringT<wchar_t>& objectId)
+      : ExportedObjectDeclaration(objectId.CStr()) {}
 
   ~ExportedObjectDeclaration() {
     registryRef->Unregister(identifier.c_str());

@@ -2,7 +2,7 @@
 
 #include <shlwapi.h>
 
-#include "foundation/string/StringT.h"
+#include <cwchar>
 
 namespace {
 
@@ -18,41 +18,47 @@ DWORD LoadFlags() {
 }
 
 // Removes the file name from a module's path, keeping the directory and its separator.
-void KeepDirectory(wchar_t* path) {
-  if (PathRemoveFileSpecW(path)) {
-    PathAddBackslashW(path);
+void KeepDirectory(kx::StringT<wchar_t>& path) {
+  wchar_t* text = path.GetBuffer(0);
+  const bool isCut = PathRemoveFileSpecW(text);
+  path.ReleaseBuffer();
+  if (isCut) {
+    PathAddBackslashW(text);
+    path.ReleaseBuffer();
   }
 }
 
-void AppendFileName(kx::StringT<wchar_t>& path, const wchar_t* fileName) {
-  if (!path.IsEmpty()) {
-    const wchar_t last = path.CStr()[path.Length() - 1];
-    if (last != L'\\' && last != L'/') {
-      kx::FatalUnless(path.Append(L"\\"));
-    }
-  }
-  kx::FatalUnless(path.Append(fileName));
-}
-
-// Loads the library from the directory of a module. A module path that is unknown or cut off at
-// kPathSize leads to a path that does not exist, and the load fails.
+// Loads the library from the directory of a module. An unknown module path leaves the bare file
+// name, and one cut off at kPathSize leads to a path that does not exist.
 kx::ModuleHandle LoadBeside(HMODULE neighbour, DWORD flags) {
   kx::FixedStringBuffer<wchar_t, kPathSize> frame;
   kx::StringT<wchar_t> path(frame);
-  wchar_t* text = path.GetBuffer(kPathSize);
-  const DWORD written = GetModuleFileNameW(neighbour, text, kPathSize);
-  if (written != 0 && written != kPathSize) {
-    KeepDirectory(text);
+  const DWORD written = GetModuleFileNameW(neighbour, path.GetBuffer(kPathSize), kPathSize);
+  if (written != 0) {
+    path.ReleaseBuffer();
+    if (written != kPathSize) {
+      KeepDirectory(path);
+    }
   }
-  path.ReleaseBuffer();
   AppendFileName(path, kLibraryFile);
   return kx::ModuleHandle(LoadLibraryExW(path.CStr(), nullptr, flags));
 }
 
 }  // namespace
 
+void AppendFileName(kx::StringT<wchar_t>& path, const wchar_t* fileName) {
+  constexpr wchar_t kSeparators[] = L"\\/";
+  if (!path.IsEmpty() && !std::wcschr(kSeparators, path.CStr()[path.Length() - 1])) {
+    kx::FatalUnless(path.Append(L"\\"));
+  }
+  kx::FatalUnless(path.Append(fileName + std::wcsspn(fileName, kSeparators)));
+}
+
 kx::ModuleHandle LoadCifraLibrary() {
   const DWORD flags = LoadFlags();
+  if (!PathIsRelativeW(kLibraryFile)) {
+    return kx::ModuleHandle(LoadLibraryExW(kLibraryFile, nullptr, flags));
+  }
   kx::ModuleHandle module = LoadBeside(nullptr, flags);
   if (!module) {
     module = LoadBeside(kx::OwnModule(), flags);

@@ -46,8 +46,8 @@ class ObjectRegistry {
   CriticalSection lock;
 };
 
-// RegistryRef keeps the registry alive: the first one acquired creates it, the last one released
-// destroys it.
+// RegistryRef keeps this library's registry alive: the first one acquired creates it, the last one
+// released destroys it. Every loaded Cifra.dll has its own.
 using RegistryRef = kx::SharedRef<ObjectRegistry>;
 
 inline void AcquireRegistry(RegistryRef& ref) { ref.Acquire(); }

@@ -79,7 +79,7 @@ TEST(Layout, Md5Object_IsItsTwoBasesTheContextAndTheLog) {
   ExpectHandleAt<logging::CLogDLL>(&md5, 2 * kPointer + sizeof(Md5Context));
 }
 
-TEST(Layout, Sha256Object_IsItsTwoBasesTheLogTheAlgorithmAndTheHash) {
+TEST(Layout, Sha256Object_IsItsBasesTheLogTheTwoHandlesAndOpen) {
   Sha256ObjectImplementation sha256;
   EXPECT_EQ(0, (OffsetOf<Cifra::ISha256>(sha256)));
   EXPECT_EQ(8, (OffsetOf<IKxBaseInterface>(sha256)));
@@ -87,6 +87,7 @@ TEST(Layout, Sha256Object_IsItsTwoBasesTheLogTheAlgorithmAndTheHash) {
   std::uint8_t byte = 0;
   EXPECT_NE(0, BCryptHashData(At<BCRYPT_HASH_HANDLE>(&sha256, 4 * kPointer), &byte, 1, 0));
   EXPECT_EQ(0, BCryptHashData(At<BCRYPT_HASH_HANDLE>(&sha256, 5 * kPointer), &byte, 1, 0));
+  EXPECT_EQ(1, At<std::uint8_t>(&sha256, 6 * kPointer));
 }
 
 TEST(Layout, CombinedObject_IsItsTwoBasesTheKeyItsLengthAndTheParts) {

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "Cifra/Factory.h"
 #include "Cifra/ResultCodes.h"
 #include "framework/ExportedObjectDeclaration.h"
 #include "framework/ObjectRegistry.h"
@@ -191,6 +193,20 @@ TEST(ExportedObjectDeclaration, OfATakenIdentifier_IsIgnored) {
   EXPECT_EQ(0, FirstObject::alive);
 }
 
+TEST(ExportedObjectDeclaration, EndOfAnIgnoredOne_TakesTheFirstOnesIdentifierAway) {
+  const ExportedObjectDeclaration<FirstObject> first(L"id");
+  {
+    const ExportedObjectDeclaration<SecondObject> ignored(L"id");
+    EXPECT_TRUE(Knows(L"id"));
+  }
+  EXPECT_FALSE(Knows(L"id"));
+}
+
+TEST(ExportedObjectDeclaration, OfAString_RegistersItsText) {
+  const ExportedObjectDeclaration<FirstObject> declaration(kx::StringT<wchar_t>(L"id"));
+  EXPECT_TRUE(Knows(L"id"));
+}
+
 TEST(ExportedObjectDeclaration, Create_MakesANewObjectEachTime_AndDestroyEndsIt) {
   ExportedObjectDeclaration<FirstObject> declaration(L"id");
   IKxBaseInterface* one = declaration.Create();
@@ -211,6 +227,38 @@ TEST(ExportedObjectDeclaration, Destroy_OfAnotherClassesObject_DoesNothing) {
   EXPECT_EQ(1, FirstObject::alive);
   EXPECT_EQ(0, SecondObject::alive);
   first.Destroy(object);
+}
+
+// Has another thread use the factory while it is asked for kAsked.
+constexpr InterfaceId kAsked{1, 2, 3, {4}};
+
+class AskingObject final : public IKxBaseInterface {
+ public:
+  void* QueryInterface(const InterfaceId& iid) override {
+    if (iid == kAsked) {
+      std::atomic<bool> isDone{false};
+      std::thread other([&] {
+        KxDestroyObject(L"unknown", nullptr);
+        isDone = true;
+      });
+      for (int i = 0; i < 500 && !isDone; ++i) {
+        Sleep(10);
+      }
+      wasFactoryFree = isDone;
+      other.detach();
+    }
+    return static_cast<IKxBaseInterface*>(this);
+  }
+
+  static inline bool wasFactoryFree = false;
+};
+
+TEST(Factory, QueryInterfaceOfANewObject_RunsOutsideTheRegistrysLock) {
+  const ExportedObjectDeclaration<AskingObject> declaration(L"asking");
+  void* created = nullptr;
+  ASSERT_EQ(kCifraSuccess, KxCreateObject(L"asking", &kAsked, &created));
+  EXPECT_TRUE(AskingObject::wasFactoryFree);
+  KxDestroyObject(L"asking", static_cast<IKxBaseInterface*>(created));
 }
 
 TEST(ExportedObjectDeclaration, Reserved_GivesZero) {

@@ -1,6 +1,7 @@
 #include <windows.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "foundation/string/Utf8.h"
@@ -53,11 +54,14 @@ TEST(Utf8, MalformedSequences_ComeOutAsTheReplacementCharacter) {
 // The platform refuses hardly any text, so the test replaces its function.
 int WINAPI RefuseWide(UINT, DWORD, LPCWSTR, int, LPSTR, int, LPCSTR, LPBOOL) { return 0; }
 int WINAPI RefuseNarrow(UINT, DWORD, LPCSTR, int, LPWSTR, int) { return 0; }
-int WINAPI RefuseAfterTheSizeCallWide(UINT, DWORD, LPCWSTR, int, LPSTR buffer, int, LPCSTR,
+// With garbage in the buffer, as a conversion may leave it that fails halfway.
+int WINAPI RefuseAfterTheSizeCallWide(UINT, DWORD, LPCWSTR, int, LPSTR buffer, int size, LPCSTR,
                                       LPBOOL) {
+  std::fill_n(buffer, buffer ? size : 0, '?');
   return buffer ? 0 : 6;
 }
-int WINAPI RefuseAfterTheSizeCallNarrow(UINT, DWORD, LPCSTR, int, LPWSTR buffer, int) {
+int WINAPI RefuseAfterTheSizeCallNarrow(UINT, DWORD, LPCSTR, int, LPWSTR buffer, int size) {
+  std::fill_n(buffer, buffer ? size : 0, L'?');
   return buffer ? 0 : 6;
 }
 

@@ -118,6 +118,18 @@ TEST(Factory, CreateObject_OfSha256AsMd5_GivesItsSha256Interface) {
   EXPECT_EQ(64u, digest.Length());
 }
 
+TEST(Factory, CreateObject_TakesIdentifierAndResultInTheSameMemory) {
+  union {
+    InterfaceId iid;
+    void* result;
+  } shared = {Cifra::IBase64::kInterfaceId};
+  ASSERT_EQ(kCifraSuccess,
+            Library().createObject(Cifra::kBase64ObjectId, &shared.iid, &shared.result));
+  EXPECT_EQ(3u, static_cast<Cifra::IBase64*>(shared.result)->GetDecodedSize(4));
+  Library().destroyObject(Cifra::kBase64ObjectId, reinterpret_cast<IKxBaseInterface*>(
+                                                      static_cast<void**>(shared.result) + 1));
+}
+
 TEST(Factory, CreateObject_RefusesPrefixesAndExtensionsOfIdentifiers) {
   for (const wchar_t* objectId :
        {L"", L"Cifra.", L"Cifra.Base6", L"Cifra.Base64 ", L"Cifra.Base641"}) {

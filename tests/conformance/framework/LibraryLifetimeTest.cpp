@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <map>
 #include <string>
@@ -156,6 +157,95 @@ TEST(LibraryLifetime, Unloading_EndsDeclarationsInReverseAndThenTheRegistry) {
                                       "Cifra.Blowfish", "Cifra.Base64", "Cifra.BowfishAndBase64",
                                       "registry"}),
             child.Lines());
+}
+
+// What the library does while it is loaded: its imports are patched between their resolution and
+// its first code.
+struct ModuleName {
+  USHORT bytes;
+  USHORT size;
+  const wchar_t* text;
+};
+struct LoadedModule {
+  ULONG flags;
+  const ModuleName* path;
+  const ModuleName* file;
+  HMODULE base;
+  ULONG size;
+};
+using ModuleListener = void CALLBACK(ULONG reason, const LoadedModule* module, void* context);
+using RegisterListener = LONG WINAPI(ULONG flags, ModuleListener* listener, void* context,
+                                     void** cookie);
+
+HMODULE loaded = nullptr;
+void* lastBlock = nullptr;
+
+void* RememberBlock(std::size_t bytes) { return lastBlock = std::malloc(bytes); }
+
+// A string's block has the guard in front and its characters at offset 16.
+void PrintFreedString(void* block) {
+  const std::uint32_t guard = 0xABCD;
+  if (block && std::memcmp(block, &guard, sizeof(guard)) == 0) {
+    std::printf("string %ls\n", reinterpret_cast<const wchar_t*>(static_cast<char*>(block) + 16));
+  }
+  std::free(block);
+}
+
+void WINAPI PrintRegistryLock(LPCRITICAL_SECTION section) {
+  const char* const registry = reinterpret_cast<const char*>(section) - sizeof(std::map<int, int>);
+  if (registry == lastBlock) {
+    std::printf("registry\n");
+  }
+  InitializeCriticalSection(section);
+}
+
+BOOL WINAPI PrintDisabledCalls(HMODULE module) {
+  std::printf("DisableThreadLibraryCalls %s\n", module == loaded ? "of its own" : "of another");
+  return DisableThreadLibraryCalls(module);
+}
+
+void CALLBACK WatchCifra(ULONG, const LoadedModule* module, void*) {
+  const std::wstring_view file(module->file->text, module->file->bytes / sizeof(wchar_t));
+  if (loaded || file != L"Cifra.dll") {
+    return;
+  }
+  loaded = module->base;
+  new Cifra::Test::ImportPatch(loaded, "malloc", &RememberBlock);
+  new Cifra::Test::ImportPatch(loaded, "free", &PrintFreedString);
+  new Cifra::Test::ImportPatch(loaded, "InitializeCriticalSection", &PrintRegistryLock);
+  new Cifra::Test::ImportPatch(loaded, "DisableThreadLibraryCalls", &PrintDisabledCalls);
+}
+
+const Cifra::Test::ChildAction kWatchLoading(L"WatchLoading", [](const auto&) {
+  auto* const listen = kx::FindProcedure<RegisterListener>(GetModuleHandleW(L"ntdll.dll"),
+                                                           "LdrRegisterDllNotification");
+  void* cookie = nullptr;
+  Require(listen && listen(0, &WatchCifra, nullptr, &cookie) == 0);
+  Require(LoadLibraryW(Cifra::Test::CifraLibrary::FileUnderTest().c_str()));
+  std::fflush(stdout);
+  std::_Exit(0);
+  return 0;
+});
+
+// The base64 declaration takes its literal as it is; each of the others builds a string of its own.
+TEST(LibraryLifetime, Loading_MakesTheRegistryAndTakesIdentifiersInOrder) {
+  EXPECT_EQ((std::vector<std::string>{"registry", "string Cifra.BowfishAndBase64",
+                                      "string Cifra.Blowfish", "string Cifra.DigitalSignature",
+                                      "string Cifra.Md5", "string Cifra.Sha256",
+                                      "DisableThreadLibraryCalls of its own"}),
+            Cifra::Test::RunChild(L"WatchLoading").Lines());
+}
+
+TEST(LibraryLifetime, EntryPoint_AnswersEveryReasonWithTrue) {
+  const Cifra::Test::CifraLibrary library;
+  const auto* const base = reinterpret_cast<const char*>(library.Module());
+  const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+  const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+  using EntryPoint = BOOL WINAPI(HMODULE, DWORD, LPVOID);
+  auto* const entry = reinterpret_cast<EntryPoint*>(reinterpret_cast<std::uintptr_t>(base) +
+                                                    headers->OptionalHeader.AddressOfEntryPoint);
+  EXPECT_TRUE(entry(library.Module(), DLL_THREAD_ATTACH, nullptr));
+  EXPECT_TRUE(entry(library.Module(), DLL_THREAD_DETACH, nullptr));
 }
 
 }  // namespace

@@ -233,6 +233,34 @@ TEST(ModuleLoaderHostPath, Of260CharactersOrMore_LeadsNowhere) {
   }
 }
 
+BOOL WINAPI SayAbsolute(LPCWSTR) { return FALSE; }
+
+TEST(ModuleLoaderPath, ThatIsNotRelative_IsLoadedAsItIsAndNothingElse) {
+  const ImportPatch isRelative(Library().Module(), "PathIsRelativeW", &SayAbsolute);
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
+  loaderCalls.clear();
+  char text[64];
+  Library().blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  ASSERT_LE(1u, loaderCalls.size());
+  for (const std::string& call : loaderCalls) {
+    EXPECT_EQ("load 1100 Cifra.dll", call);
+  }
+}
+
+DWORD WINAPI FailAndLeaveGarbage(HMODULE, LPWSTR text, DWORD room) {
+  std::fill_n(text, room, L'?');
+  return 0;
+}
+
+TEST(ModuleLoaderPath, ThatCannotBeTold_LeavesTheBareFileName) {
+  const ImportPatch name(Library().Module(), "GetModuleFileNameW", &FailAndLeaveGarbage);
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
+  loaderCalls.clear();
+  char text[64];
+  EXPECT_EQ(kCifraNotFound, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ((std::vector<std::string>{"load 1100 Cifra.dll", "load 1100 Cifra.dll"}), loaderCalls);
+}
+
 KxCreateObjectFunction* realCreate = nullptr;
 KxDestroyObjectFunction* realDestroy = nullptr;
 std::map<std::string, const void*> objectsByName;
@@ -267,12 +295,23 @@ BOOL WINAPI RecordFree(HMODULE module) {
   return FreeLibrary(module);
 }
 
+DWORD WINAPI RecordLastError() {
+  calls.push_back("last error");
+  return GetLastError();
+}
+
+HMODULE WINAPI RecordAndLoadNothing(LPCWSTR, HANDLE, DWORD) {
+  calls.push_back("load");
+  return nullptr;
+}
+
 // Calls a function that needs an object while the exports are replaced; returns the recorded calls.
 std::vector<std::string> CallsWith(std::map<std::string, void*> exports,
                                    std::uint32_t expectedResult) {
   replacements = std::move(exports);
   const ImportPatch find(Library().Module(), "GetProcAddress", &FindReplaced);
   const ImportPatch free(Library().Module(), "FreeLibrary", &RecordFree);
+  const ImportPatch lastError(Library().Module(), "GetLastError", &RecordLastError);
   calls.clear();
   char text[64];
   EXPECT_EQ(expectedResult, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
@@ -298,14 +337,19 @@ TEST(ModuleLoaderRelease, OfAnObject_DestroysItAndThenFreesTheLibrary) {
                       kCifraSuccess));
 }
 
-TEST(ModuleLoaderRelease, WithoutKxCreateObject_FreesTheLibraryAndLooksNoFurther) {
-  EXPECT_EQ((Calls{"find KxCreateObject", "free"}),
+TEST(ModuleLoaderRelease, WithoutKxCreateObject_AsksForTheErrorAndFreesTheLibrary) {
+  EXPECT_EQ((Calls{"find KxCreateObject", "last error", "free"}),
             CallsWith({{"KxCreateObject", nullptr}, {"KxDestroyObject", nullptr}}, kCifraNotFound));
 }
 
-TEST(ModuleLoaderRelease, WithoutKxDestroyObject_FreesTheLibraryAndCreatesNothing) {
-  EXPECT_EQ((Calls{"find KxDestroyObject", "free"}),
+TEST(ModuleLoaderRelease, WithoutKxDestroyObject_AsksForTheErrorAndCreatesNothing) {
+  EXPECT_EQ((Calls{"find KxDestroyObject", "last error", "free"}),
             CallsWith({{"KxDestroyObject", nullptr}}, kCifraNotFound));
+}
+
+TEST(ModuleLoaderRelease, WithoutTheLibrary_AsksForTheErrorAndFreesNothing) {
+  const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordAndLoadNothing);
+  EXPECT_EQ((Calls{"load", "load", "last error"}), CallsWith({}, kCifraNotFound));
 }
 
 // An object without the requested interface.
