@@ -2,23 +2,40 @@
 
 #include <windows.h>
 
-#include <memory>
+#include <utility>
 
 namespace kx {
 
-struct HandleCloser {
-  void operator()(HANDLE handle) const { CloseHandle(handle); }
+// FileHandle owns an open file. Without one it holds INVALID_HANDLE_VALUE.
+class FileHandle {
+ public:
+  FileHandle() = default;
+  explicit FileHandle(HANDLE file) : handle(file) {}
+  FileHandle(FileHandle&& other) noexcept { std::swap(handle, other.handle); }
+  FileHandle& operator=(FileHandle&& other) noexcept {
+    reset();
+    std::swap(handle, other.handle);
+    return *this;
+  }
+  ~FileHandle() { reset(); }
+
+  explicit operator bool() const { return handle != INVALID_HANDLE_VALUE; }
+  HANDLE get() const { return handle; }
+  void reset() {
+    if (*this) {
+      CloseHandle(std::exchange(handle, INVALID_HANDLE_VALUE));
+    }
+  }
+
+ private:
+  HANDLE handle = INVALID_HANDLE_VALUE;
 };
 
-// FileHandle owns an open file. Without one it is null, never INVALID_HANDLE_VALUE.
-using FileHandle = std::unique_ptr<void, HandleCloser>;
-
 // Opens an existing file for reading; `sharing` says what others may do with it meanwhile. Returns
-// null on failure, with the reason in GetLastError.
+// an empty handle on failure, with the reason in GetLastError.
 inline FileHandle OpenForReading(const wchar_t* path, DWORD sharing, DWORD flags) {
-  const HANDLE file =
-      CreateFileW(path, GENERIC_READ, sharing, nullptr, OPEN_EXISTING, flags, nullptr);
-  return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+  return FileHandle(
+      CreateFileW(path, GENERIC_READ, sharing, nullptr, OPEN_EXISTING, flags, nullptr));
 }
 
 }  // namespace kx

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 #include "support/Blowfish.h"
+#include "support/Slots.h"
 
 // The program's array allocations during the lifetime of a Watch. Those of the standard containers
 // are not array allocations and are not watched.
@@ -102,6 +104,16 @@ TEST(BlowfishMemory, Engine_IsATableAndTwoPointers) {
   std::memcpy(fields.data(), static_cast<const void*>(&engine), sizeof(engine));
   EXPECT_EQ(watch.blocks[1].address, fields[1]);
   EXPECT_EQ(watch.blocks[0].address, fields[2]);
+}
+
+TEST(BlowfishMemory, SlotZero_IsTheDestructor) {
+  Watch watch;
+  alignas(class_blowfish) std::byte memory[sizeof(class_blowfish)];
+  const auto* const engine = new (memory) class_blowfish;
+  CallSlot<void>(engine, 0);
+  ASSERT_EQ(2u, watch.count);
+  EXPECT_TRUE(watch.blocks[0].wasFreed);
+  EXPECT_TRUE(watch.blocks[1].wasFreed);
 }
 
 }  // namespace

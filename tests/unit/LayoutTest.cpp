@@ -112,4 +112,56 @@ TEST(Layout, OtherObjects_HaveTheirBasesInOrder) {
             (OffsetOf<IKxBaseInterface>(signature)));
 }
 
+// The offset of a member that is no field of a plain record.
+template <typename Object, typename Member>
+std::ptrdiff_t OffsetOf(const Object& object, const Member& member) {
+  return reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&object);
+}
+
+TEST(Layout, Certificate_IsIssuerSerialAndSubject) {
+  using Name = Cifra::SignatureInfo::Name;
+  const Cifra::Certificate certificate;
+  EXPECT_EQ(0, OffsetOf(certificate, certificate.issuer));
+  EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(Name)), OffsetOf(certificate, certificate.serial));
+  EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(Name) + kPointer),
+            OffsetOf(certificate, certificate.subject));
+  EXPECT_EQ(2 * sizeof(Name) + kPointer, sizeof(certificate));
+}
+
+TEST(Layout, Chain_IsTheCertificatesAndTheTimestamp) {
+  const Cifra::Chain chain;
+  EXPECT_EQ(0, OffsetOf(chain, chain.certificates));
+  EXPECT_EQ(static_cast<std::ptrdiff_t>(sizeof(chain.certificates)),
+            OffsetOf(chain, chain.timestamp));
+  EXPECT_EQ(sizeof(chain.certificates) + 8, sizeof(chain));
+}
+
+TEST(Layout, Verification_IsPathFileChainsObserverAndLog) {
+  Cifra::DigitalSignaturePlugin signature;
+  struct : Cifra::ISignatureObserver {
+    void OnVerifyResult(std::int32_t) override {}
+    void OnCertificate(const CERT_CONTEXT*) override {}
+    void OnSignatureDone() override {}
+  } observer;
+  EXPECT_EQ(nullptr, At<void*>(&signature, 6 * kPointer));
+  signature.SetObserver(&observer);
+
+  const auto path = At<const wchar_t*>(&signature, kPointer);
+  ASSERT_NE(nullptr, path);
+  EXPECT_STREQ(L"", path);
+  EXPECT_EQ(INVALID_HANDLE_VALUE, At<HANDLE>(&signature, 2 * kPointer));
+  EXPECT_EQ(nullptr, At<void*>(&signature, 3 * kPointer));
+  EXPECT_EQ(nullptr, At<void*>(&signature, 4 * kPointer));
+  EXPECT_EQ(nullptr, At<void*>(&signature, 5 * kPointer));
+  EXPECT_EQ(&observer, At<void*>(&signature, 6 * kPointer));
+  ExpectHandleAt<logging::CLogDLL>(&signature, 7 * kPointer);
+}
+
+TEST(Layout, Plugin_HasALogReferenceOfItsOwnBehindItsBases) {
+  Cifra::DigitalSignaturePlugin signature;
+  const std::size_t bases = sizeof(Cifra::DigitalSignatureObjectImplementation) + kPointer;
+  ExpectHandleAt<logging::CLogDLL>(&signature, bases);
+  EXPECT_EQ(bases + 2 * kPointer, sizeof(signature));
+}
+
 }  // namespace
