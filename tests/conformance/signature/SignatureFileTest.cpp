@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <thread>
 #include <utility>
 
 #include "signature/SignedFile.h"
@@ -64,6 +65,30 @@ TEST_F(SignatureFile, AFileOfAnUnknownForm_IsNotSigned) {
   EXPECT_EQ(0u, chains.Count());
 }
 
+TEST_F(SignatureFile, ObjectsOfEightThreads_DoNotDisturbEachOther) {
+  const std::wstring files[] = {Fixture(L"signed.exe").wstring(),
+                                Fixture(L"unsigned.exe").wstring()};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&files, i] {
+      const Object<Cifra::IDigitalSignature> own(Cifra::kDigitalSignatureObjectId);
+      const bool isSigned = i % 2 == 0;
+      for (int round = 0; round < 3; ++round) {
+        kx::List<Cifra::Chain> found;
+        EXPECT_EQ(0u, own->GetDigitalSignature(files[isSigned ? 0 : 1].c_str(), found, false));
+        EXPECT_EQ(isSigned ? 1u : 0u, found.Count());
+      }
+      std::vector<Cifra::Chain> trusted;
+      own->GetTrustedChains(trusted);
+      EXPECT_EQ(isSigned ? 3u : 0u, trusted.size());
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+// The dotted identifier is Wine's form of an unknown type.
 TEST_F(SignatureFile, UnusualNames_ComeThrough) {
   const Cifra::Certificate signer = Signer(L"names.exe");
   EXPECT_EQ((NameMap{{L"1.2.3.4", {L"strange"}},

@@ -113,17 +113,19 @@ TEST_F(SignatureName, DifferentValuesOfAType_AreInAscendingOrderOfTheirBytes) {
                             {kUnit, "B"}})));
 }
 
+// As Wine writes it, with nothing behind the equals sign; Windows may write "".
 TEST_F(SignatureName, AnEmptyValue_IsLeftOut) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}, {L"O", {L"C"}}}),
             Issuer(Encoded({{kCommonName, "A"}, {kUnit, ""}, {kOrganization, "C"}})));
 }
 
-// After the last element the platform is called once more and refuses.
+// The same. After the last element the platform is called once more and refuses.
 TEST_F(SignatureName, AnEmptyValueAtTheEnd_IsLeftOutWithAnError) {
   EXPECT_EQ((NameMap{{L"CN", {L"A"}}}), Issuer(Encoded({{kCommonName, "A"}, {kUnit, ""}})));
   EXPECT_EQ("4 kx::DistinguishedNameBuilder: Error 8350\n", log[3]);
 }
 
+// As Wine writes it; Windows puts "OID." in front, see SignatureFormatTest.
 TEST_F(SignatureName, UnknownTypes_HaveTheirDottedIdentifier) {
   EXPECT_EQ((NameMap{{L"1.2.3.4", {L"A"}}}), Issuer(Encoded({{kUnknown, "A"}})));
 }

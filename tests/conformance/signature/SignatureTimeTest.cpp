@@ -77,6 +77,14 @@ TEST_F(SignatureTime, TimesBefore1970_ComeOutBeyondAllOthers) {
   EXPECT_TRUE(asSigned == -1000 || asSigned == -60'000) << asSigned;
 }
 
+// Windows' runtime answers -1 for them, Wine's their number.
+TEST_F(SignatureTime, TimesAfter3000_AreRightOrBeyondAllOthers) {
+  const std::int64_t time = 32'535'216'000'000;  // 3001-01-01
+  const auto asSigned = static_cast<std::int64_t>(TimestampOf({{0x10, At(time)}}));
+  EXPECT_EQ((Lines{"32 GetTimestamp: Systemtime : 01/01/3001 00:00"}), log);
+  EXPECT_TRUE(asSigned == -1000 || asSigned == time) << asSigned;
+}
+
 TEST_F(SignatureTime, MillisecondsBefore1970_AreAddedAll) {
   const std::uint64_t time =
       TimestampOf({{0x10, FileTime(kEpoch - (60'000 - 123) * kTicksPerMillisecond)}});

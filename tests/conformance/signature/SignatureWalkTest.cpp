@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <stdexcept>
 #include <utility>
 
 #include "signature/ScriptedWalk.h"
@@ -348,21 +347,80 @@ TEST_F(SignatureWalk, AnObserver_CanBeReplacedAndTakenAway) {
   EXPECT_EQ(0u, std::count(script.Events().begin(), script.Events().end(), "done"));
 }
 
-class ThrowingObserver final : public Cifra::ISignatureObserver {
+TEST_F(SignatureWalk, ASignerOfAFileSaidToBeUnsigned_GivesAnUntrustedChain) {
+  object->SetObserver(&observer);
+  Walk({Judged({kUnsigned})});
+  EXPECT_EQ(1u, chains.Count());
+  EXPECT_EQ(1u, chains.GetHead()->certificates.Count());
+  EXPECT_TRUE(TrustedChains().empty());
+  EXPECT_EQ("done", script.Events().back());
+  EXPECT_EQ(0u, script.OpenStates());
+  EXPECT_FALSE(object->IsSigned(file.wstring().c_str(), false));
+}
+
+TEST_F(SignatureWalk, AFailedCallWithoutAState_IsMissingProviderData) {
+  ScriptedSignature stateless = Judged({kUnsigned});
+  stateless.hasState = false;
+  Walk({stateless, Signed()});
+  EXPECT_EQ((Lines{"verify 0 null cached", "provider data", "verify 1 null cached"}),
+            Lines(script.Events().begin(), script.Events().begin() + 3));
+  EXPECT_EQ("4 EnumCertificates: Failed to get crypt provider data. Index 0 from 1 certificates.",
+            Cifra::Test::WithoutTraces(log)[0]);
+  EXPECT_EQ(1u, chains.Count());
+}
+
+TEST_F(SignatureWalk, ACountThatOnlySuccessGives_EndsTheWalkAtAFailure) {
+  for (const LONG result : {LONG{0}, kExpired}) {
+    script.Play({Judged({result}), Signed()});
+    script.CountOnlyOnSuccess();
+    kx::List<Cifra::Chain> found;
+    EXPECT_EQ(0u, object->GetDigitalSignature(file.wstring().c_str(), found, false));
+    EXPECT_EQ(result == 0 ? 2u : 1u, found.Count());
+  }
+}
+
+// Tells the script of the log's lines before each of its own.
+class MergingObserver final : public Cifra::ISignatureObserver {
  public:
-  void OnVerifyResult(std::int32_t) override { throw std::runtime_error("enough"); }
-  void OnCertificate(const CERT_CONTEXT*) override {}
-  void OnSignatureDone() override {}
+  MergingObserver(Cifra::ISignatureObserver& told, std::function<void()> action)
+      : observer(told), mergeLog(std::move(action)) {}
+
+  void OnVerifyResult(std::int32_t result) override {
+    mergeLog();
+    observer.OnVerifyResult(result);
+  }
+  void OnCertificate(const CERT_CONTEXT* certificate) override {
+    mergeLog();
+    observer.OnCertificate(certificate);
+  }
+  void OnSignatureDone() override {
+    mergeLog();
+    observer.OnSignatureDone();
+  }
+
+ private:
+  Cifra::ISignatureObserver& observer;
+  std::function<void()> mergeLog;
 };
 
-TEST_F(SignatureWalk, AnExceptionOfTheObserver_ReachesTheCallerWithoutALeak) {
-  ThrowingObserver thrower;
-  object->SetObserver(&thrower);
-  script.Play({Signed()});
-  EXPECT_THROW(object->VerifyFile(file.wstring().c_str(), false), std::runtime_error);
-  EXPECT_EQ(0u, script.OpenStates());
-  EXPECT_TRUE(DeleteFileW(file.c_str()));
-  EXPECT_FALSE(std::filesystem::exists(file));
+TEST_F(SignatureWalk, ObserverLogAndServiceCalls_ComeInOneOrder) {
+  const auto mergeLog = [this] {
+    for (const std::string& line : Cifra::Test::WithoutTraces(Cifra::Test::TakeSignatureLog())) {
+      script.Events().push_back(line);
+    }
+  };
+  script.BeforeEachCall(mergeLog);
+  MergingObserver merging(observer, mergeLog);
+  object->SetObserver(&merging);
+  ScriptedSignature stamped = Judged({kExpired});
+  stamped.counterSigners = {{}};
+  Walk({stamped});
+  EXPECT_EQ(
+      (Lines{"verify 0 null cached", "result " + std::to_string(kExpired), "provider data",
+             "signer", "certificate 0", "certificate seen", "32 GetIssuer: Issuer: CN=Issuer",
+             "32 GetSubject: Subject: CN=Subject", "32 GetSerial: Serial: 01", "counter-signer 0",
+             "32 GetTimestamp: Systemtime : 01/01/1601 00:00", "close 0 null", "done"}),
+      script.Events());
 }
 
 }  // namespace

@@ -70,6 +70,7 @@ void TrustScript::Play(std::vector<ScriptedSignature> newSignatures) {
   verifyCalls.clear();
   events.clear();
   clearsSettings = false;
+  countsOnlyOnSuccess = false;
 }
 
 const CERT_CONTEXT* TrustScript::CurrentCertificate() const { return &states.back()->context; }
@@ -94,20 +95,29 @@ LONG TrustScript::Verify(HWND window, const GUID* action, void* rawData) {
   }
   events.push_back("verify" + place + (data.dwProvFlags == 0 ? " online" : " cached"));
   const ScriptedSignature& signature = signatures[settings.dwIndex];
-  settings.cSecondarySigs = static_cast<DWORD>(signatures.size()) - 1;
-  settings.dwVerifiedSigIndex = settings.dwIndex;
-  states.push_back(std::make_unique<State>(signature));
-  data.hWVTStateData = states.back().get();
+  const std::size_t attempt = attempts[settings.dwIndex]++;
+  const LONG result = signature.results[std::min(attempt, signature.results.size() - 1)];
+  if (result == ERROR_SUCCESS || !countsOnlyOnSuccess) {
+    settings.cSecondarySigs = static_cast<DWORD>(signatures.size()) - 1;
+    settings.dwVerifiedSigIndex = settings.dwIndex;
+  }
+  data.hWVTStateData = nullptr;
+  if (signature.hasState) {
+    states.push_back(std::make_unique<State>(signature));
+    data.hWVTStateData = states.back().get();
+  }
   if (clearsSettings) {
     data.pSignatureSettings = nullptr;
   }
-  const std::size_t attempt = attempts[settings.dwIndex]++;
-  return signature.results[std::min(attempt, signature.results.size() - 1)];
+  return result;
 }
 
 CRYPT_PROVIDER_DATA* TrustScript::ProviderData(HANDLE handle) {
   beforeCall();
   events.push_back("provider data");
+  if (!handle) {
+    return nullptr;
+  }
   State* state = Find(handle);
   return state->signature->hasProviderData ? &state->provider : nullptr;
 }

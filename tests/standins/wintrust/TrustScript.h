@@ -20,6 +20,7 @@ struct ScriptedSignature {
 
   // The verdicts at the first attempt, the second ...; the last one holds for all further attempts.
   std::vector<LONG> results = {0};
+  bool hasState = true;
   bool hasProviderData = true;
   bool hasSigner = true;
   bool hasCertificate = true;
@@ -78,6 +79,8 @@ class TrustScript : public ITrustPlayer {
 
   // Presents these signatures from now on, primary one first; forgets earlier calls.
   void Play(std::vector<ScriptedSignature> newSignatures);
+  // Counts the secondary signatures only where the verification succeeds.
+  void CountOnlyOnSuccess() { countsOnlyOnSuccess = true; }
   // Takes the settings out of the request when it is verified, as no service should.
   void ClearSettingsAtVerify() { clearsSettings = true; }
 
@@ -110,6 +113,7 @@ class TrustScript : public ITrustPlayer {
   std::vector<std::string> events;
   std::vector<std::unique_ptr<State>> states;
   bool clearsSettings = false;
+  bool countsOnlyOnSuccess = false;
   std::function<void()> beforeCall = [] {};
 };
 
