@@ -7,12 +7,12 @@
 namespace Cifra::Test {
 namespace {
 
-using Strings = std::vector<std::u16string>;
+using Strings = std::vector<WideText>;
 using Enumerator = kx::EnumPtr<kx::IListEnum<Text>>;
 
 TextList ListOf(const Strings& texts) {
   TextList list;
-  for (const std::u16string& text : texts) {
+  for (const WideText& text : texts) {
     list.AddTail(text.c_str());
   }
   return list;
@@ -33,55 +33,55 @@ void ExpectTexts(const Strings& expected, TextList list) {
 
 TEST(CollectionsList, AddTailAndAddHead_KeepTheOrder) {
   TextList list;
-  EXPECT_EQ(kCifraSuccess, list.AddTail(u"b"));
-  EXPECT_EQ(kCifraSuccess, list.AddTail(u"c"));
-  EXPECT_EQ(kCifraSuccess, list.AddHead(u"a"));
-  ExpectTexts({u"a", u"b", u"c"}, list);
+  EXPECT_EQ(kCifraSuccess, list.AddTail(W("b")));
+  EXPECT_EQ(kCifraSuccess, list.AddTail(W("c")));
+  EXPECT_EQ(kCifraSuccess, list.AddHead(W("a")));
+  ExpectTexts({W("a"), W("b"), W("c")}, list);
 }
 
 TEST(CollectionsList, GetHeadAndGetTail_OfAnEmptyListGiveNullOr1168AndLeaveOut) {
   TextList list;
   const TextList& constant = list;
-  Text out = u"before";
+  Text out = W("before");
   EXPECT_EQ(nullptr, list.GetHead());
   EXPECT_EQ(nullptr, list.GetTail());
   EXPECT_EQ(nullptr, constant.GetHead());
   EXPECT_EQ(nullptr, constant.GetTail());
   EXPECT_EQ(1168u, list.GetHead(out));
   EXPECT_EQ(1168u, list.GetTail(out));
-  EXPECT_EQ(u"before", ToStd(out));
+  EXPECT_EQ(W("before"), ToStd(out));
 }
 
 TEST(CollectionsList, GetHeadAndGetTail_GiveTheElementOrACopy) {
-  TextList list = ListOf({u"first", u"last"});
+  TextList list = ListOf({W("first"), W("last")});
   const TextList& constant = list;
   Text out;
   EXPECT_EQ(kCifraSuccess, list.GetHead(out));
-  EXPECT_EQ(u"first", ToStd(out));
+  EXPECT_EQ(W("first"), ToStd(out));
   EXPECT_EQ(kCifraSuccess, list.GetTail(out));
-  EXPECT_EQ(u"last", ToStd(out));
+  EXPECT_EQ(W("last"), ToStd(out));
   EXPECT_EQ(constant.GetHead(), list.GetHead());
   EXPECT_EQ(constant.GetTail(), list.GetTail());
-  *list.GetHead() = u"changed";
-  EXPECT_EQ(u"last", ToStd(out));
-  EXPECT_EQ(u"changed", ToStd(*constant.GetHead()));
+  *list.GetHead() = W("changed");
+  EXPECT_EQ(W("last"), ToStd(out));
+  EXPECT_EQ(W("changed"), ToStd(*constant.GetHead()));
 }
 
 TEST(CollectionsList, Add_OfAnElementOfTheSameListAddsACopy) {
-  TextList list = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
   list.AddTail(*list.GetHead());
-  ExpectTexts({u"a", u"a"}, list);
+  ExpectTexts({W("a"), W("a")}, list);
 }
 
 TEST(CollectionsList, Elements_KeepTheirAddress) {
-  TextList list = ListOf({u"a", u"b"});
+  TextList list = ListOf({W("a"), W("b")});
   const Text* second = list.GetTail();
   for (unsigned i = 0; i < 1000; ++i) {
     list.AddTail(NumberedText(i));
     list.AddHead(NumberedText(i));
   }
   const Enumerator enumerator(list.CreateEnum());
-  while (ToStd(*enumerator->Current()) != u"a") {
+  while (ToStd(*enumerator->Current()) != W("a")) {
     list.Remove(*enumerator);
   }
   enumerator->Next();
@@ -89,9 +89,9 @@ TEST(CollectionsList, Elements_KeepTheirAddress) {
 }
 
 TEST(CollectionsList, Enumerator_WalksToTheEndAndBackToTheFirst) {
-  TextList list = ListOf({u"a", u"b"});
+  TextList list = ListOf({W("a"), W("b")});
   const Enumerator enumerator(list.CreateEnum());
-  EXPECT_EQ((Strings{u"a", u"b"}), Rest(*enumerator));
+  EXPECT_EQ((Strings{W("a"), W("b")}), Rest(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
   EXPECT_EQ(nullptr, enumerator->Current());
   enumerator->Next();
@@ -105,56 +105,56 @@ TEST(CollectionsList, Enumerator_OfAnEmptyListIsNotValidUntilResetAfterAnAdd) {
   TextList list;
   const Enumerator enumerator(list.CreateEnum());
   EXPECT_FALSE(enumerator->IsValid());
-  list.AddTail(u"a");
+  list.AddTail(W("a"));
   EXPECT_FALSE(enumerator->IsValid());
   enumerator->Reset();
   EXPECT_TRUE(enumerator->IsValid());
 }
 
 TEST(CollectionsList, Enumerator_ReachesElementsAddedLater) {
-  TextList list = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
   const Enumerator enumerator(list.CreateEnum());
-  list.AddTail(u"b");
-  list.AddHead(u"0");
-  EXPECT_EQ((Strings{u"a", u"b"}), Rest(*enumerator));
+  list.AddTail(W("b"));
+  list.AddHead(W("0"));
+  EXPECT_EQ((Strings{W("a"), W("b")}), Rest(*enumerator));
 }
 
 TEST(CollectionsList, Enumerator_GivesWriteAccess) {
-  TextList list = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
   const Enumerator enumerator(list.CreateEnum());
-  *enumerator->Current() = u"z";
-  ExpectTexts({u"z"}, list);
+  *enumerator->Current() = W("z");
+  ExpectTexts({W("z")}, list);
 }
 
 TEST(CollectionsList, Remove_MovesTheEnumeratorToTheNextElement) {
-  TextList list = ListOf({u"a", u"b", u"c"});
+  TextList list = ListOf({W("a"), W("b"), W("c")});
   const Enumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
-  EXPECT_EQ(u"c", ToStd(*enumerator->Current()));
-  ExpectTexts({u"a", u"c"}, list);
+  EXPECT_EQ(W("c"), ToStd(*enumerator->Current()));
+  ExpectTexts({W("a"), W("c")}, list);
 }
 
 TEST(CollectionsList, Remove_OfTheFirstElementMakesTheSecondTheHead) {
-  TextList list = ListOf({u"a", u"b"});
+  TextList list = ListOf({W("a"), W("b")});
   const Enumerator enumerator(list.CreateEnum());
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
-  ExpectTexts({u"b"}, list);
+  ExpectTexts({W("b")}, list);
 }
 
 TEST(CollectionsList, Remove_OfTheLastElementLeavesTheEnumeratorNotValid) {
-  TextList list = ListOf({u"a", u"b"});
+  TextList list = ListOf({W("a"), W("b")});
   const Enumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
-  ExpectTexts({u"a"}, list);
-  list.AddTail(u"c");
-  ExpectTexts({u"a", u"c"}, list);
+  ExpectTexts({W("a")}, list);
+  list.AddTail(W("c"));
+  ExpectTexts({W("a"), W("c")}, list);
 }
 
 TEST(CollectionsList, Remove_OfTheOnlyElementEmptiesTheList) {
-  TextList list = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
   const Enumerator enumerator(list.CreateEnum());
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
@@ -162,21 +162,21 @@ TEST(CollectionsList, Remove_OfTheOnlyElementEmptiesTheList) {
 }
 
 TEST(CollectionsList, Remove_WithAnEnumeratorPastTheEndRemovesNothing) {
-  TextList list = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
   const Enumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(1168u, list.Remove(*enumerator));
-  ExpectTexts({u"a"}, list);
+  ExpectTexts({W("a")}, list);
 }
 
 TEST(CollectionsList, Remove_WithAnEnumeratorOfAnotherListRemovesNothing) {
-  TextList list = ListOf({u"a"});
-  TextList other = ListOf({u"a"});
+  TextList list = ListOf({W("a")});
+  TextList other = ListOf({W("a")});
   const Enumerator enumerator(other.CreateEnum());
   EXPECT_EQ(1168u, list.Remove(*enumerator));
   EXPECT_TRUE(enumerator->IsValid());
-  ExpectTexts({u"a"}, list);
-  ExpectTexts({u"a"}, other);
+  ExpectTexts({W("a")}, list);
+  ExpectTexts({W("a")}, other);
 }
 
 // StrangeEnum is an enumerator that is not the list's own, like another module's.
@@ -196,8 +196,8 @@ class StrangeEnum final : public kx::IListEnum<Text> {
 };
 
 TEST(CollectionsList, Remove_AcceptsAnyEnumeratorThatStandsOnAnElement) {
-  TextList list = ListOf({u"a", u"b", u"c"});
-  Text outside = u"outside";
+  TextList list = ListOf({W("a"), W("b"), W("c")});
+  Text outside = W("outside");
   StrangeEnum enumerator({list.GetTail(), &outside, list.GetHead()});
   EXPECT_EQ(kCifraSuccess, list.Remove(enumerator));
   EXPECT_EQ(1168u, list.Remove(enumerator));
@@ -205,7 +205,7 @@ TEST(CollectionsList, Remove_AcceptsAnyEnumeratorThatStandsOnAnElement) {
   enumerator.Next();
   EXPECT_EQ(kCifraSuccess, list.Remove(enumerator));
   EXPECT_FALSE(enumerator.IsValid());
-  ExpectTexts({u"b"}, list);
+  ExpectTexts({W("b")}, list);
 }
 
 // Counts how often the address of one is taken, which is how elements are told apart.
@@ -235,21 +235,21 @@ TEST(CollectionsList, Remove_ThroughTheListsOwnEnumeratorSearchesNothing) {
 }
 
 TEST(CollectionsList, Copies_AreIndependent) {
-  TextList original = ListOf({u"a", u"b"});
+  TextList original = ListOf({W("a"), W("b")});
   TextList copy = original;
-  copy.AddTail(u"c");
-  *copy.GetHead() = u"z";
-  ExpectTexts({u"a", u"b"}, original);
-  ExpectTexts({u"z", u"b", u"c"}, copy);
+  copy.AddTail(W("c"));
+  *copy.GetHead() = W("z");
+  ExpectTexts({W("a"), W("b")}, original);
+  ExpectTexts({W("z"), W("b"), W("c")}, copy);
   copy = original;
-  ExpectTexts({u"a", u"b"}, copy);
+  ExpectTexts({W("a"), W("b")}, copy);
   const TextList& itself = copy;
   copy = itself;
-  ExpectTexts({u"a", u"b"}, copy);
+  ExpectTexts({W("a"), W("b")}, copy);
 }
 
 TEST(CollectionsList, MovedLists_KeepTheirElements) {
-  TextList original = ListOf({u"a"});
+  TextList original = ListOf({W("a")});
   const Text* element = original.GetHead();
   TextList moved = std::move(original);
   EXPECT_EQ(element, moved.GetHead());
@@ -260,12 +260,12 @@ TEST(CollectionsList, MovedLists_KeepTheirElements) {
 
 TEST(CollectionsList, Lists_CanHoldLists) {
   kx::List<TextList> lists;
-  lists.AddTail(ListOf({u"a"}));
-  lists.AddTail(ListOf({u"b", u"c"}));
+  lists.AddTail(ListOf({W("a")}));
+  lists.AddTail(ListOf({W("b"), W("c")}));
   const kx::List<TextList> copy = lists;
-  lists.GetTail()->AddTail(u"d");
-  ExpectTexts({u"b", u"c"}, *copy.GetTail());
-  ExpectTexts({u"b", u"c", u"d"}, *lists.GetTail());
+  lists.GetTail()->AddTail(W("d"));
+  ExpectTexts({W("b"), W("c")}, *copy.GetTail());
+  ExpectTexts({W("b"), W("c"), W("d")}, *lists.GetTail());
 }
 
 TEST(CollectionsList, ExhaustedMemory_RaisesBadAllocAndChangesNothing) {

@@ -11,7 +11,7 @@ namespace Cifra::Test {
 namespace {
 
 using TextMap = kx::Map<Text, Text>;
-using Pairs = std::map<std::u16string, std::u16string>;
+using Pairs = std::map<WideText, WideText>;
 using Enumerator = kx::EnumPtr<kx::IEnum<Text, Text>>;
 
 TextMap MapOf(const Pairs& pairs) {
@@ -44,74 +44,75 @@ void ExpectPairs(const Pairs& expected, const TextMap& map) {
 TEST(CollectionsMap, Add_InsertsAPairThatFindAndGetAnswer) {
   TextMap map;
   const TextMap& constant = map;
-  EXPECT_EQ(kCifraSuccess, map.Add(u"CN", u"Cifra"));
-  ASSERT_NE(nullptr, map.Find(u"CN"));
-  EXPECT_EQ(u"Cifra", ToStd(*map.Find(u"CN")));
-  EXPECT_EQ(map.Find(u"CN"), constant.Find(u"CN"));
+  EXPECT_EQ(kCifraSuccess, map.Add(W("CN"), W("Cifra")));
+  ASSERT_NE(nullptr, map.Find(W("CN")));
+  EXPECT_EQ(W("Cifra"), ToStd(*map.Find(W("CN"))));
+  EXPECT_EQ(map.Find(W("CN")), constant.Find(W("CN")));
   Text out;
-  EXPECT_EQ(kCifraSuccess, map.Get(u"CN", out));
-  EXPECT_EQ(u"Cifra", ToStd(out));
+  EXPECT_EQ(kCifraSuccess, map.Get(W("CN"), out));
+  EXPECT_EQ(W("Cifra"), ToStd(out));
 }
 
 TEST(CollectionsMap, Add_OfAPresentKeyReturns183AndKeepsTheFirstValue) {
-  TextMap map = MapOf({{u"CN", u"first"}});
-  EXPECT_EQ(183u, map.Add(u"CN", u"second"));
-  ExpectPairs({{u"CN", u"first"}}, map);
+  TextMap map = MapOf({{W("CN"), W("first")}});
+  EXPECT_EQ(183u, map.Add(W("CN"), W("second")));
+  ExpectPairs({{W("CN"), W("first")}}, map);
 }
 
 TEST(CollectionsMap, AnAbsentKey_GivesNullOr1168AndLeavesOut) {
-  for (const TextMap& map : {TextMap(), MapOf({{u"CN", u"a"}}), NumberedMap(9)}) {
+  for (const TextMap& map : {TextMap(), MapOf({{W("CN"), W("a")}}), NumberedMap(9)}) {
     TextMap changeable = map;
-    Text out = u"before";
-    EXPECT_EQ(nullptr, map.Find(u"O"));
-    EXPECT_EQ(nullptr, changeable.Find(u"O"));
-    EXPECT_EQ(1168u, map.Get(u"O", out));
-    EXPECT_EQ(u"before", ToStd(out));
-    EXPECT_EQ(1168u, changeable.Remove(u"O"));
+    Text out = W("before");
+    EXPECT_EQ(nullptr, map.Find(W("O")));
+    EXPECT_EQ(nullptr, changeable.Find(W("O")));
+    EXPECT_EQ(1168u, map.Get(W("O"), out));
+    EXPECT_EQ(W("before"), ToStd(out));
+    EXPECT_EQ(1168u, changeable.Remove(W("O")));
     EXPECT_EQ(map.Count(), changeable.Count());
   }
 }
 
 TEST(CollectionsMap, KeysThatDifferOnlyInCase_AreDifferent) {
-  ExpectPairs({{u"cn", u"lower"}, {u"CN", u"upper"}},
-              MapOf({{u"cn", u"lower"}, {u"CN", u"upper"}}));
+  ExpectPairs({{W("cn"), W("lower")}, {W("CN"), W("upper")}},
+              MapOf({{W("cn"), W("lower")}, {W("CN"), W("upper")}}));
 }
 
 TEST(CollectionsMap, AnUnsetKey_IsTheEmptyKey) {
   TextMap map;
-  EXPECT_EQ(kCifraSuccess, map.Add(Text(), u"a"));
-  EXPECT_EQ(183u, map.Add(u"", u"b"));
-  EXPECT_NE(nullptr, map.Find(u""));
+  EXPECT_EQ(kCifraSuccess, map.Add(Text(), W("a")));
+  EXPECT_EQ(183u, map.Add(W(""), W("b")));
+  EXPECT_NE(nullptr, map.Find(W("")));
 }
 
 TEST(CollectionsMap, Keys_EndAtTheirTerminator) {
   TextMap map;
-  EXPECT_EQ(kCifraSuccess, map.Add(Text(u"ab\0cd", 5), u"a"));
-  EXPECT_EQ(183u, map.Add(u"ab", u"b"));
-  EXPECT_NE(nullptr, map.Find(Text(u"ab\0xy", 5)));
+  EXPECT_EQ(kCifraSuccess, map.Add(Text(W("ab\0cd"), 5), W("a")));
+  EXPECT_EQ(183u, map.Add(W("ab"), W("b")));
+  EXPECT_NE(nullptr, map.Find(Text(W("ab\0xy"), 5)));
 }
 
 TEST(CollectionsMap, Hash_IsDjb2OfCodeUnits) {
   using Key = kx::MapKey<Text>;
   EXPECT_EQ(5381u, Key::Hash(Text()));
-  EXPECT_EQ(5381u * 33 + 'a', Key::Hash(u"a"));
-  EXPECT_EQ((5381u * 33 + 'O') * 33 + 'U', Key::Hash(u"OU"));
-  EXPECT_EQ(5381u * 33 + 0xFFFF, Key::Hash(u"\xFFFF"));
+  EXPECT_EQ(5381u * 33 + 'a', Key::Hash(W("a")));
+  EXPECT_EQ((5381u * 33 + 'O') * 33 + 'U', Key::Hash(W("OU")));
+  EXPECT_EQ(5381u * 33 + 0xFFFF, Key::Hash(W("\xFFFF")));
   std::uint64_t wrapped = 5381;
   for (int i = 0; i < 20; ++i) {
     wrapped = wrapped * 33 + 0x4E2D;
   }
-  EXPECT_EQ(wrapped, Key::Hash(std::u16string(20, u'\x4E2D').c_str()));
+  EXPECT_EQ(wrapped, Key::Hash(WideText(20, W("\x4E2D")[0]).c_str()));
 }
 
 // With djb2, exchanging "ab" for "bA" changes nothing: ('a' * 33 + 'b') == ('b' * 33 + 'A').
 TEST(CollectionsMap, KeysOfTheSameHash_AreKeptApart) {
-  ASSERT_EQ(kx::MapKey<Text>::Hash(u"ab"), kx::MapKey<Text>::Hash(u"bA"));
-  TextMap map = MapOf({{u"ab", u"1"}, {u"bA", u"2"}, {u"abab", u"3"}, {u"bAbA", u"4"}});
-  EXPECT_EQ(u"2", ToStd(*map.Find(u"bA")));
-  EXPECT_EQ(kCifraSuccess, map.Remove(u"ab"));
-  EXPECT_EQ(kCifraSuccess, map.Remove(u"bAbA"));
-  ExpectPairs({{u"bA", u"2"}, {u"abab", u"3"}}, map);
+  ASSERT_EQ(kx::MapKey<Text>::Hash(W("ab")), kx::MapKey<Text>::Hash(W("bA")));
+  TextMap map =
+      MapOf({{W("ab"), W("1")}, {W("bA"), W("2")}, {W("abab"), W("3")}, {W("bAbA"), W("4")}});
+  EXPECT_EQ(W("2"), ToStd(*map.Find(W("bA"))));
+  EXPECT_EQ(kCifraSuccess, map.Remove(W("ab")));
+  EXPECT_EQ(kCifraSuccess, map.Remove(W("bAbA")));
+  ExpectPairs({{W("bA"), W("2")}, {W("abab"), W("3")}}, map);
 }
 
 // The end of a map's memory: its buckets and their number.
@@ -169,14 +170,14 @@ TEST(CollectionsMap, Enumerator_ShowsEveryPairOnceWhileTheMapGrows) {
   for (; enumerator->IsValid(); enumerator->Next(), ++seen) {
     EXPECT_EQ(ToStd(NumberedText(seen)), ToStd(*enumerator->Key()));
     if (map.Count() < 100) {
-      map.Add(NumberedText(static_cast<unsigned>(map.Count())), u"added");
+      map.Add(NumberedText(static_cast<unsigned>(map.Count())), W("added"));
     }
   }
   EXPECT_EQ(100u, seen);
 }
 
 TEST(CollectionsMap, Enumerator_PastTheEndShowsNothingAndResetsToTheFirst) {
-  TextMap map = MapOf({{u"CN", u"a"}});
+  TextMap map = MapOf({{W("CN"), W("a")}});
   const Enumerator enumerator(map.CreateEnum());
   EXPECT_TRUE(enumerator->IsValid());
   enumerator->Next();
@@ -185,7 +186,7 @@ TEST(CollectionsMap, Enumerator_PastTheEndShowsNothingAndResetsToTheFirst) {
   EXPECT_EQ(nullptr, enumerator->Key());
   EXPECT_EQ(nullptr, enumerator->Value());
   enumerator->Reset();
-  EXPECT_EQ(map.Find(u"CN"), enumerator->Value());
+  EXPECT_EQ(map.Find(W("CN")), enumerator->Value());
 }
 
 TEST(CollectionsMap, Remove_MovesTheEnumeratorToTheNextPair) {
@@ -193,8 +194,8 @@ TEST(CollectionsMap, Remove_MovesTheEnumeratorToTheNextPair) {
   const Enumerator enumerator(map.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
-  EXPECT_EQ(u"2", ToStd(*enumerator->Key()));
-  ExpectPairs({{u"0", u"0"}, {u"2", u"4"}}, map);
+  EXPECT_EQ(W("2"), ToStd(*enumerator->Key()));
+  ExpectPairs({{W("0"), W("0")}, {W("2"), W("4")}}, map);
 }
 
 TEST(CollectionsMap, Remove_OfTheLastPairLeavesTheEnumeratorNotValid) {
@@ -204,7 +205,7 @@ TEST(CollectionsMap, Remove_OfTheLastPairLeavesTheEnumeratorNotValid) {
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
   EXPECT_EQ(1168u, map.Remove(*enumerator));
-  ExpectPairs({{u"0", u"0"}}, map);
+  ExpectPairs({{W("0"), W("0")}}, map);
 }
 
 TEST(CollectionsMap, Remove_ThroughAnEnumeratorCanEmptyTheMap) {
@@ -217,31 +218,31 @@ TEST(CollectionsMap, Remove_ThroughAnEnumeratorCanEmptyTheMap) {
 }
 
 TEST(CollectionsMap, Remove_WithAnEnumeratorOfAnotherMapRemovesNothing) {
-  TextMap map = MapOf({{u"CN", u"a"}});
+  TextMap map = MapOf({{W("CN"), W("a")}});
   TextMap equal = map;
-  TextMap other = MapOf({{u"O", u"b"}});
+  TextMap other = MapOf({{W("O"), W("b")}});
   for (TextMap* owner : {&equal, &other}) {
     const Enumerator enumerator(owner->CreateEnum());
     EXPECT_EQ(1168u, map.Remove(*enumerator));
     EXPECT_TRUE(enumerator->IsValid());
   }
-  ExpectPairs({{u"CN", u"a"}}, map);
+  ExpectPairs({{W("CN"), W("a")}}, map);
 }
 
 TEST(CollectionsMap, Remove_AcceptsTheStoredKeyItself) {
-  TextMap map = MapOf({{u"CN", u"a"}});
+  TextMap map = MapOf({{W("CN"), W("a")}});
   const Enumerator enumerator(map.CreateEnum());
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator->Key()));
   ExpectPairs({}, map);
 }
 
 TEST(CollectionsMap, Values_CanBeChangedInPlace) {
-  TextMap map = MapOf({{u"CN", u"a"}, {u"O", u"b"}});
-  *map.Find(u"CN") = u"c";
+  TextMap map = MapOf({{W("CN"), W("a")}, {W("O"), W("b")}});
+  *map.Find(W("CN")) = W("c");
   const Enumerator enumerator(map.CreateEnum());
   enumerator->Next();
-  *enumerator->Value() = u"d";
-  ExpectPairs({{u"CN", u"c"}, {u"O", u"d"}}, map);
+  *enumerator->Value() = W("d");
+  ExpectPairs({{W("CN"), W("c")}, {W("O"), W("d")}}, map);
 }
 
 TEST(CollectionsMap, Clear_EmptiesAMapThatCanBeFilledAgain) {
@@ -249,53 +250,53 @@ TEST(CollectionsMap, Clear_EmptiesAMapThatCanBeFilledAgain) {
   map.Clear();
   ExpectPairs({}, map);
   map.Clear();
-  map.Add(u"CN", u"a");
-  ExpectPairs({{u"CN", u"a"}}, map);
+  map.Add(W("CN"), W("a"));
+  ExpectPairs({{W("CN"), W("a")}}, map);
 }
 
 TEST(CollectionsMap, Copies_AreIndependent) {
-  TextMap original = MapOf({{u"CN", u"a"}});
+  TextMap original = MapOf({{W("CN"), W("a")}});
   TextMap copy = original;
-  copy.Add(u"O", u"b");
-  *copy.Find(u"CN") = u"c";
-  ExpectPairs({{u"CN", u"a"}}, original);
+  copy.Add(W("O"), W("b"));
+  *copy.Find(W("CN")) = W("c");
+  ExpectPairs({{W("CN"), W("a")}}, original);
   copy = original;
-  ExpectPairs({{u"CN", u"a"}}, copy);
+  ExpectPairs({{W("CN"), W("a")}}, copy);
   const TextMap& itself = copy;
   copy = itself;
-  ExpectPairs({{u"CN", u"a"}}, copy);
+  ExpectPairs({{W("CN"), W("a")}}, copy);
 }
 
 TEST(CollectionsMap, MovedMaps_KeepTheirPairs) {
   TextMap original = NumberedMap(20);
-  const Text* value = original.Find(u"7");
+  const Text* value = original.Find(W("7"));
   TextMap moved = std::move(original);
-  EXPECT_EQ(value, moved.Find(u"7"));
+  EXPECT_EQ(value, moved.Find(W("7")));
   TextMap assigned;
   assigned = std::move(moved);
-  EXPECT_EQ(value, assigned.Find(u"7"));
+  EXPECT_EQ(value, assigned.Find(W("7")));
 }
 
 TEST(CollectionsMap, ListsAsValues_AreCopiedInDepth) {
   kx::Map<Text, TextList> map;
   TextList units;
-  units.AddTail(u"a");
-  EXPECT_EQ(kCifraSuccess, map.Add(u"OU", units));
-  units.AddTail(u"b");
-  EXPECT_EQ(1u, map.Find(u"OU")->Count());
+  units.AddTail(W("a"));
+  EXPECT_EQ(kCifraSuccess, map.Add(W("OU"), units));
+  units.AddTail(W("b"));
+  EXPECT_EQ(1u, map.Find(W("OU"))->Count());
   kx::Map<Text, TextList> copy = map;
-  copy.Find(u"OU")->AddTail(u"c");
-  EXPECT_EQ(1u, map.Find(u"OU")->Count());
-  EXPECT_EQ(2u, copy.Find(u"OU")->Count());
+  copy.Find(W("OU"))->AddTail(W("c"));
+  EXPECT_EQ(1u, map.Find(W("OU"))->Count());
+  EXPECT_EQ(2u, copy.Find(W("OU"))->Count());
 }
 
 TEST(CollectionsMap, ExhaustedMemory_RaisesBadAllocAndChangesNothing) {
   kx::Map<Text, Elusive> map;
   Elusive::copiesLeft = 1;
-  EXPECT_EQ(kCifraSuccess, map.Add(u"a", Elusive(1)));
-  EXPECT_THROW(map.Add(u"b", Elusive(2)), std::bad_alloc);
+  EXPECT_EQ(kCifraSuccess, map.Add(W("a"), Elusive(1)));
+  EXPECT_THROW(map.Add(W("b"), Elusive(2)), std::bad_alloc);
   EXPECT_EQ(1u, map.Count());
-  EXPECT_EQ(nullptr, map.Find(u"b"));
+  EXPECT_EQ(nullptr, map.Find(W("b")));
   kx::Map<Text, Elusive> other;
   EXPECT_THROW(other = map, std::bad_alloc);
   EXPECT_EQ(0u, other.Count());

@@ -85,7 +85,7 @@ TEST(CollectionsRandom, List_BehavesAsStdList) {
   }
 }
 
-using Model = std::unordered_map<std::u16string, unsigned>;
+using Model = std::unordered_map<WideText, unsigned>;
 using Numbers = kx::Map<Text, unsigned>;
 
 void ExpectSame(const Model& model, const Numbers& map) {

@@ -38,29 +38,29 @@ enum EnumSlot { kIsValid, kNext, kKey, kValue, kRelease, kReset };
 
 TEST(CollectionsSlot, AList_IsFilledReadWalkedAndEmptiedBySlot) {
   TextList list;
-  const Text a = u"a";
-  const Text b = u"b";
-  const Text c = u"c";
+  const Text a = W("a");
+  const Text b = W("b");
+  const Text c = W("c");
   Text out;
   EXPECT_EQ(1168u, CallSlot<std::uint32_t>(&list, kCopyTail, &out));
   EXPECT_EQ(1168u, CallSlot<std::uint32_t>(&list, kCopyHead, &out));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kAddTail, &b));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kAddTail, &c));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kAddHead, &a));
-  EXPECT_EQ(u"c", ToStd(*CallSlot<Text*>(&list, kTail)));
-  EXPECT_EQ(u"c", ToStd(*CallSlot<const Text*>(&list, kConstTail)));
+  EXPECT_EQ(W("c"), ToStd(*CallSlot<Text*>(&list, kTail)));
+  EXPECT_EQ(W("c"), ToStd(*CallSlot<const Text*>(&list, kConstTail)));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kCopyTail, &out));
-  EXPECT_EQ(u"c", ToStd(out));
-  EXPECT_EQ(u"a", ToStd(*CallSlot<Text*>(&list, kHead)));
-  EXPECT_EQ(u"a", ToStd(*CallSlot<const Text*>(&list, kConstHead)));
+  EXPECT_EQ(W("c"), ToStd(out));
+  EXPECT_EQ(W("a"), ToStd(*CallSlot<Text*>(&list, kHead)));
+  EXPECT_EQ(W("a"), ToStd(*CallSlot<const Text*>(&list, kConstHead)));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kCopyHead, &out));
-  EXPECT_EQ(u"a", ToStd(out));
+  EXPECT_EQ(W("a"), ToStd(out));
 
   void* enumerator = CallSlot<void*>(&list, kCreateListEnum);
   CallSlot<void>(enumerator, kListNext);
-  EXPECT_EQ(u"b", ToStd(*CallSlot<Text*>(enumerator, kListCurrent)));
+  EXPECT_EQ(W("b"), ToStd(*CallSlot<Text*>(enumerator, kListCurrent)));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kRemoveFromList, enumerator));
-  EXPECT_EQ(u"c", ToStd(*CallSlot<Text*>(enumerator, kListCurrent)));
+  EXPECT_EQ(W("c"), ToStd(*CallSlot<Text*>(enumerator, kListCurrent)));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&list, kRemoveFromList, enumerator));
   EXPECT_FALSE(CallSlot<bool>(enumerator, kListIsValid));
   CallSlot<void>(enumerator, kListReset);
@@ -68,7 +68,7 @@ TEST(CollectionsSlot, AList_IsFilledReadWalkedAndEmptiedBySlot) {
   CallSlot<void>(enumerator, kListRelease);
 
   void* reader = CallSlot<void*>(&list, kCreateConstListEnum);
-  EXPECT_EQ(u"a", ToStd(*CallSlot<const Text*>(reader, kListCurrent)));
+  EXPECT_EQ(W("a"), ToStd(*CallSlot<const Text*>(reader, kListCurrent)));
   CallSlot<void>(reader, kListNext);
   EXPECT_FALSE(CallSlot<bool>(reader, kListIsValid));
   CallSlot<void>(reader, kListRelease);
@@ -76,17 +76,17 @@ TEST(CollectionsSlot, AList_IsFilledReadWalkedAndEmptiedBySlot) {
 
 TEST(CollectionsSlot, AMap_IsFilledReadWalkedAndEmptiedBySlot) {
   kx::Map<Text, Text> map;
-  const Text keys[] = {u"CN", u"O", u"OU"};
+  const Text keys[] = {W("CN"), W("O"), W("OU")};
   for (const Text& key : keys) {
     EXPECT_EQ(0u, CallSlot<std::uint32_t>(&map, kAdd, &key, &key));
     EXPECT_EQ(183u, CallSlot<std::uint32_t>(&map, kAdd, &key, &key));
   }
   Text out;
   EXPECT_EQ(3u, CallSlot<std::size_t>(&map, kCount));
-  EXPECT_EQ(u"O", ToStd(*CallSlot<Text*>(&map, kFind, &keys[1])));
-  EXPECT_EQ(u"O", ToStd(*CallSlot<const Text*>(&map, kConstFind, &keys[1])));
+  EXPECT_EQ(W("O"), ToStd(*CallSlot<Text*>(&map, kFind, &keys[1])));
+  EXPECT_EQ(W("O"), ToStd(*CallSlot<const Text*>(&map, kConstFind, &keys[1])));
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&map, kGet, &keys[2], &out));
-  EXPECT_EQ(u"OU", ToStd(out));
+  EXPECT_EQ(W("OU"), ToStd(out));
 
   void* enumerator = CallSlot<void*>(&map, kCreateEnum);
   const Text removed = *CallSlot<const Text*>(enumerator, kKey);
@@ -110,7 +110,7 @@ TEST(CollectionsSlot, AMap_IsFilledReadWalkedAndEmptiedBySlot) {
 
   EXPECT_EQ(0u, CallSlot<std::uint32_t>(&map, kRemoveKey, &last));
   EXPECT_EQ(1168u, CallSlot<std::uint32_t>(&map, kRemoveKey, &last));
-  map.Add(u"again", u"");
+  map.Add(W("again"), W(""));
   CallSlot<void>(&map, kClear);
   EXPECT_EQ(0u, map.Count());
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <stdexcept>
 
 #include "foundation/logging/CLogDLL.h"
@@ -154,6 +155,54 @@ TEST_F(LogClient, TraceScopeLeftByAnException_LogsItsExit) {
              Lines{"LogWrite 1 32 Raises: -> Raises()", "LogWrite -1 32 Raises: <- Raises() [0]",
                    "LogWrite 0 32 Catches: caught"} +
              kLogEnds);
+}
+
+[[noreturn]] HRESULT RaiseInLogWrite(std::int32_t, const std::uint32_t*, HMODULE, const wchar_t*,
+                                     const wchar_t*, va_list) {
+  throw std::bad_alloc();
+}
+
+// Not by this program's own import, which is patched.
+auto* const realGetProcAddress = kx::FindProcedure<FARPROC WINAPI(HMODULE, LPCSTR)>(
+    GetModuleHandleW(L"kernel32.dll"), "GetProcAddress");
+
+FARPROC WINAPI FindRaisingLogWrite(HMODULE module, LPCSTR name) {
+  return std::strcmp(name, "LogWrite") == 0
+             ? reinterpret_cast<FARPROC>(reinterpret_cast<void*>(&RaiseInLogWrite))
+             : realGetProcAddress(module, name);
+}
+
+const ChildAction kLogThatRaises(L"LogThatRaises", [](const auto&) {
+  CLogDLLRef holder;
+  {
+    const CTraceScope scope(L"Function");  // while nobody holds the log
+    const ImportPatch patch(GetModuleHandleW(nullptr), "GetProcAddress", &FindRaisingLogWrite);
+    holder.Acquire();
+  }
+  std::printf("the scope is left\n");
+  holder.Release();
+  return Finish();
+});
+
+TEST_F(LogClient, TraceScopeWhoseExitCannotBeLogged_IsLeftAllTheSame) {
+  Expect(L"LogThatRaises", Lines{"the scope is left"} + kLogBegins + kLogEnds);
+}
+
+const ChildAction kBuiltInWriter(L"BuiltInWriter", [](const auto&) {
+  constexpr std::size_t kLogWriteField = 10;  // behind the module and nine other functions
+  const CLogDLL client;
+  using Writer =
+      HRESULT(std::int32_t, const std::uint32_t*, HMODULE, const wchar_t*, const wchar_t*, ...);
+  void* const* const fields = reinterpret_cast<void* const*>(&client);
+  const auto write = reinterpret_cast<Writer*>(fields[kLogWriteField]);
+  std::printf("%s 0x%08lX\n", fields[0] ? "log" : "no log",
+              static_cast<unsigned long>(write(0, nullptr, nullptr, nullptr, nullptr)));
+  return 0;
+});
+
+TEST(LogClientAlone, BuiltInWriter_AnswersNoInterface) {
+  const Cifra::Test::LogHost host;
+  EXPECT_EQ(Lines{"no log 0x80004002"}, host.Run(L"BuiltInWriter"));
 }
 
 const ChildAction kLateLog(L"LateLog", [](const auto&) {

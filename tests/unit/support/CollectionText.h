@@ -7,26 +7,38 @@
 #include "foundation/collections/List.h"
 #include "foundation/string/StringT.h"
 
-// UTF-16 texts for the tests of the collections, on every build, even where wchar_t is wider.
+// UTF-16 texts for the tests of the collections: of wchar_t, as in the library, where that has 16
+// bits. W("text") makes a literal.
+#ifdef _WIN32
+#define W(literal) L##literal
+#else
+#define W(literal) u##literal
+#endif
+
 namespace Cifra::Test {
 
-using Text = kx::StringT<char16_t>;
+#ifdef _WIN32
+using WideText = std::wstring;
+#else
+using WideText = std::u16string;
+#endif
+using Text = kx::StringT<WideText::value_type>;
 using TextList = kx::List<Text>;
 
-inline std::u16string ToStd(const Text& text) { return {text.CStr(), text.Length()}; }
+inline WideText ToStd(const Text& text) { return {text.CStr(), text.Length()}; }
 
 inline Text NumberedText(unsigned number) {
-  std::u16string digits;
+  WideText digits;
   for (const char digit : std::to_string(number)) {
-    digits += static_cast<char16_t>(digit);
+    digits += static_cast<WideText::value_type>(digit);
   }
   return Text(digits.c_str());
 }
 
 // The elements from an enumerator's position on, as text.
 template <typename Enumerator>
-std::vector<std::u16string> Rest(Enumerator& enumerator) {
-  std::vector<std::u16string> texts;
+std::vector<WideText> Rest(Enumerator& enumerator) {
+  std::vector<WideText> texts;
   for (; enumerator.IsValid(); enumerator.Next()) {
     texts.push_back(ToStd(*enumerator.Current()));
   }
@@ -34,7 +46,7 @@ std::vector<std::u16string> Rest(Enumerator& enumerator) {
 }
 
 template <typename List>
-std::vector<std::u16string> Texts(const List& list) {
+std::vector<WideText> Texts(const List& list) {
   const kx::EnumPtr<kx::IConstListEnum<Text>> enumerator(list.CreateConstEnum());
   return Rest(*enumerator);
 }
