@@ -22,7 +22,8 @@ class IBase64 {
       0x6AEEF266, 0x03FC, 0x8400, {0xF6, 0x42, 0xAB, 0x72, 0x71, 0x15, 0x53, 0xAF}};
 
   // Replaces output with the Base64 text of the input, padded with '=' to a multiple of 4
-  // characters if addPadding is set. Empty input gives an empty text.
+  // characters if addPadding is set. Empty input gives an empty text. The input may lie in output's
+  // buffer.
   KX_SLOTS_2(virtual void Encode(const std::uint8_t* input, std::uint64_t inputLength,
                                  std::string& output, bool addPadding) = 0,
              virtual void Encode(const std::vector<std::uint8_t>& input, std::string& output,
@@ -34,6 +35,7 @@ class IBase64 {
 
   // Decodes input into the caller's buffer. On entry *size is the buffer's size, at least 3 bytes
   // for every 4 characters, rounded up; on return it is the decoded length. Padding may be omitted.
+  // The buffer must not overlap input.
   //
   // Returns kCifraSuccess, or kCifraFunctionFailed with 0 in *size when the buffer is too small,
   // the text is empty, or it has a character outside the alphabet (white space included), '='

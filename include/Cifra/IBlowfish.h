@@ -27,15 +27,20 @@ class IBlowfish {
   virtual void SetKey(const std::uint8_t* key, std::int32_t keyLength) = 0;
 
   // Enciphers inputLength bytes into output, which is resized to inputLength rounded up to a
-  // multiple of 8; the last block is padded with zero bytes. If input is output.data(), the buffer
-  // is enciphered in place; otherwise the two must not overlap. One call enciphers at most 2^32 - 1
-  // blocks. Always returns 0; throws std::bad_alloc or std::length_error when output cannot grow.
+  // multiple of 8; the last block is padded with zero bytes. input may lie in output's buffer;
+  // other overlap is not allowed. A null input with a length ends the process. Always returns 0;
+  // throws std::bad_alloc or std::length_error when output cannot grow.
+  //
+  // Blocks are counted modulo 2^32: of 2^32 or more only the remainder, from the first block on, is
+  // enciphered. The rest of output keeps what it held, which in place is plaintext, or is zero
+  // where output grew.
   virtual std::uint32_t Encrypt(const std::uint8_t* input, std::uint64_t inputLength,
                                 std::vector<std::uint8_t>& output) = 0;
 
-  // Deciphers inputLength bytes of ciphertext into output; the zero bytes that Encrypt added are
-  // kept. Only whole blocks are deciphered: the remainder of inputLength modulo 8 is dropped and
-  // output is that much shorter. Overlap, result and exceptions are as for Encrypt.
+  // Deciphers inputLength bytes of ciphertext, any number of blocks, into output; the zero bytes
+  // that Encrypt added are kept. Only whole blocks are deciphered: the remainder of inputLength
+  // modulo 8 is dropped and output is that much shorter. Overlap, null input, result and exceptions
+  // are as for Encrypt.
   virtual std::uint32_t Decrypt(const std::uint8_t* input, std::uint64_t inputLength,
                                 std::vector<std::uint8_t>& output) = 0;
 

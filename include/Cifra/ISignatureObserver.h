@@ -8,7 +8,7 @@ namespace Cifra {
 
 // ISignatureObserver receives progress callbacks for each signature of a file, in the order of
 // verification and on the caller's thread. An exception thrown by an operation ends the
-// verification and propagates to its caller.
+// verification and propagates to its caller. An operation must not call the observed object.
 class ISignatureObserver {
  public:
   // A signature was verified; result is that of the last WinVerifyTrust call, 0 for trusted.

@@ -7,8 +7,8 @@
 #include "cipher/BlowfishKernel.h"
 
 // class_blowfish is the Blowfish block cipher (B. Schneier, 1994): 16 rounds, 8-byte blocks, keys
-// of up to 56 bytes. A block's halves are little-endian words, the key's bytes fill their words
-// most significant byte first.
+// defined up to 56 bytes, of which up to 72 count. A block's halves are little-endian words, the
+// key's bytes fill their words most significant byte first.
 //
 // The tables hold the key. They are not initialised before Initialize, and wiped before they are
 // freed.

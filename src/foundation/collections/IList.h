@@ -9,7 +9,7 @@ namespace kx {
 
 // IListEnum walks a list. The list creates it, positioned at the first element, and Release
 // destroys it; the list must outlive it. If its current element is removed other than through it,
-// it must not be used until Reset.
+// or the list is assigned to, it must not be used until Reset.
 template <typename Element>
 class IListEnum {
  public:
