@@ -118,8 +118,8 @@ class PlaintextWipe : public testing::Test {
 
 TEST_F(PlaintextWipe, TheProbe_SeesAStackAndABlockThatHoldPlaintext) {
   EXPECT_TRUE(LeavesPlaintextOnItsStack([] {
-    volatile char copy[sizeof(kText)];
-    std::copy(std::begin(kText), std::end(kText), copy);
+    volatile char frame[8192];  // its lower end is out of the reach of the calls that follow
+    std::copy(std::begin(kText), std::end(kText), frame);
   }));
   freedPlaintexts = 0;
   FreeWatched(_strdup(kText));
