@@ -320,7 +320,7 @@ def test_a_check_may_be_reported_to_programs(cifra):
     assert table == [{key: value or "" for key, value in row.items()} for row in outcomes_expected()]
 
 
-def test_several_files_at_once_give_the_same_results_in_the_same_order(client, tree, tmp_path):
+def test_several_files_at_once_give_the_same_results_in_order(client, tree, tmp_path):
     one = client.succeed("hash", "-a", "md5", "-r", ".")
     several = client.succeed("hash", "-a", "md5", "-r", "-j", "4", ".")
     assert several.bytes == one.bytes

@@ -9,9 +9,10 @@
 
 #include "system/Paths.h"
 
-extern "C" NTSTATUS NTAPI NtSetInformationFile(HANDLE file, PIO_STATUS_BLOCK status,
-                                               PVOID information, ULONG size,
-                                               FILE_INFORMATION_CLASS kind);
+// Not in every toolchain's winternl.h.
+// NOLINTNEXTLINE(readability-redundant-declaration)
+extern "C" NTSTATUS NTAPI NtSetInformationFile(HANDLE, PIO_STATUS_BLOCK, PVOID, ULONG,
+                                               FILE_INFORMATION_CLASS);
 
 namespace client {
 namespace {
