@@ -12,6 +12,7 @@
 #include "Cifra/ISha256.h"
 #include "Cifra/ISignatureObserver.h"
 #include "Cifra/InterfaceId.h"
+#include "Cifra/Object.h"
 #include "Cifra/ObjectIds.h"
 #include "Cifra/ResultCodes.h"
 #include "Cifra/SignatureInfo.h"

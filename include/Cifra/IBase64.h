@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 #include "foundation/Slots.h"
 
 namespace Cifra {
@@ -20,6 +21,7 @@ class IBase64 {
  public:
   static constexpr InterfaceId kInterfaceId{
       0x6AEEF266, 0x03FC, 0x8400, {0xF6, 0x42, 0xAB, 0x72, 0x71, 0x15, 0x53, 0xAF}};
+  static constexpr const wchar_t* kObjectId = kBase64ObjectId;
 
   // Replaces output with the Base64 text of the input, padded with '=' to a multiple of 4
   // characters if addPadding is set. Empty input gives an empty text. The input may lie in output's

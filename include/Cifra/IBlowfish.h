@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 
 namespace Cifra {
 
@@ -20,6 +21,7 @@ class IBlowfish {
  public:
   static constexpr InterfaceId kInterfaceId{
       0xD41C8FB2, 0x4EF4, 0x9E5E, {0x36, 0x23, 0xA7, 0x52, 0x23, 0x6F, 0x00, 0x00}};
+  static constexpr const wchar_t* kObjectId = kBlowfishObjectId;
 
   // Sets the key for the calls that follow. keyLength is in bytes, at least 1; Blowfish defines
   // keys of up to 56, but further bytes, up to the 72nd, change the result too. A length below 1 or

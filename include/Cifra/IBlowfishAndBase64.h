@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 
 namespace Cifra {
 
@@ -20,6 +21,7 @@ class IBlowfishAndBase64 {
  public:
   static constexpr InterfaceId kInterfaceId{
       0x8E9FC09D, 0xF087, 0x2200, {0x97, 0x48, 0xA5, 0x2D, 0x00, 0x00, 0x07, 0x63}};
+  static constexpr const wchar_t* kObjectId = kBlowfishAndBase64ObjectId;
 
   static constexpr std::uint32_t kMaxKeyBytes = 56;
 

@@ -5,6 +5,7 @@
 
 #include "Cifra/ISignatureObserver.h"
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 #include "Cifra/SignatureInfo.h"
 #include "foundation/collections/IList.h"
 #include "foundation/string/StringT.h"
@@ -34,6 +35,7 @@ class IDigitalSignature {
  public:
   static constexpr InterfaceId kInterfaceId{
       0x3A9EE0E6, 0x1477, 0x9A99, {0xD3, 0x41, 0xB8, 0x1B, 0x33, 0xA7, 0xC6, 0xD3}};
+  static constexpr const wchar_t* kObjectId = kDigitalSignatureObjectId;
 
   // Verifies a file's signatures, reporting only to the observer and the trusted chains. Result
   // codes are those of GetDigitalSignature.

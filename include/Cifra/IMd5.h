@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 #include "foundation/string/StringT.h"
 
 namespace Cifra {
@@ -18,6 +19,7 @@ class IMd5 {
   // either interface.
   static constexpr InterfaceId kInterfaceId{
       0x6E4FE624, 0x83FC, 0x8488, {0xF6, 0x48, 0x1B, 0x72, 0x71, 0x06, 0x47, 0x4D}};
+  static constexpr const wchar_t* kObjectId = kMd5ObjectId;
   static constexpr std::size_t kDigestBytes = 16;
 
   // Starts over.

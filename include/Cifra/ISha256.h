@@ -5,6 +5,7 @@
 
 #include "Cifra/IMd5.h"
 #include "Cifra/InterfaceId.h"
+#include "Cifra/ObjectIds.h"
 #include "foundation/string/StringT.h"
 
 namespace Cifra {
@@ -18,6 +19,7 @@ namespace Cifra {
 class ISha256 {
  public:
   static constexpr InterfaceId kInterfaceId = IMd5::kInterfaceId;
+  static constexpr const wchar_t* kObjectId = kSha256ObjectId;
   static constexpr std::size_t kDigestBytes = 32;
 
   // Starts over with a new hash.

@@ -24,7 +24,7 @@ def parse_arguments(description):
     return parser(description).parse_args()
 
 
-def compiler(arguments, includes=(ROOT / "include", ROOT / "src")):
+def compiler(arguments, includes=(ROOT / "include", ROOT / "src"), standard="c++20"):
     """Returns the command that compiles a file against these headers but for the target and the file."""
     resources = pathlib.Path(
         subprocess.run([arguments.clang, "-print-resource-dir"], check=True, capture_output=True,
@@ -34,7 +34,7 @@ def compiler(arguments, includes=(ROOT / "include", ROOT / "src")):
         resources.parents[2] / "include/c++/v1", resources / "include", HERE / "msvc-headers", wine / "msvcrt",
         wine / "windows"
     ]
-    command = [arguments.clang, "-std=c++20", "-nostdinc"]
+    command = [arguments.clang, f"-std={standard}", "-nostdinc"]
     for path in systems:
         if not path.is_dir():
             sys.exit(f"missing: {path} (packages clang-19, libc++-19-dev, libwine-dev)")

@@ -44,7 +44,12 @@ class StringMemMgr final : public IMemMgr {
 
 // defaultMemMgr is this module's instance of a manager. It is constant-initialised and never
 // destroyed: static strings may use it at any time.
+#ifdef __cpp_constinit
 template <typename MemMgr>
 inline constinit MemMgr defaultMemMgr{};
+#else
+template <typename MemMgr>
+inline MemMgr defaultMemMgr{};
+#endif
 
 }  // namespace kx

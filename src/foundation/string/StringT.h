@@ -51,7 +51,8 @@ struct StringBlock {
   static constexpr std::size_t kSecondGuardOffset = 12;
   static constexpr std::size_t kPrefixBytes = 16;
   static constexpr std::size_t kMaxCapacity =
-      (std::numeric_limits<std::size_t>::max() - kPrefixBytes - sizeof(kGuard)) / sizeof(Char) - 1;
+      ((std::numeric_limits<std::size_t>::max)() - kPrefixBytes - sizeof(kGuard)) / sizeof(Char) -
+      1;
 
   static constexpr std::size_t BytesFor(std::size_t capacity) {
     return kPrefixBytes + (capacity + 1) * sizeof(Char) + sizeof(kGuard);
@@ -191,8 +192,8 @@ class StringT {
     }
     const std::size_t growBlock = text ? Header().growBlock : kGrowBlock;
     const std::size_t missing = minimum > capacity ? minimum - capacity : 0;
-    const std::size_t leastStep = std::min(capacity, kLinearStep);
-    return SetBuffer(capacity + std::max({missing, growBlock, leastStep}), true);
+    const std::size_t leastStep = (std::min)(capacity, kLinearStep);
+    return SetBuffer(capacity + (std::max)({missing, growBlock, leastStep}), true);
   }
 
   // Gives the string its own buffer of exactly newCapacity characters. Without keepText the string
@@ -219,7 +220,7 @@ class StringT {
     Block::Frame(block, header, newCapacity);
     header->ownsBuffer = 1;
     header->capacity = newCapacity;
-    header->length = keepText ? std::min(header->length, newCapacity) : 0;
+    header->length = keepText ? (std::min)(header->length, newCapacity) : 0;
     if (!keepText) {
       text[0] = 0;
     }
@@ -346,7 +347,7 @@ class StringT {
     if (block) {
       std::memset(block, 0, bytes);
       if (text) {
-        Traits::Move(Block::TextOf(block), text, std::min(header.capacity, newCapacity));
+        Traits::Move(Block::TextOf(block), text, (std::min)(header.capacity, newCapacity));
       }
     }
     return block;
@@ -360,7 +361,7 @@ class StringT {
     if (!block) {
       block = header.memMgr->Allocate(bytes);
       if (block) {
-        std::memcpy(block, oldBlock, std::min(bytes, Block::BytesFor(header.capacity)));
+        std::memcpy(block, oldBlock, (std::min)(bytes, Block::BytesFor(header.capacity)));
         header.memMgr->Free(oldBlock);
       }
     }
