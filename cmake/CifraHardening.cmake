@@ -21,8 +21,13 @@ function(cifra_hardening target)
 
   if(CIFRA_HAS_STACK_PROTECTOR)
     target_compile_options(${target} PRIVATE -fstack-protector-strong)
-    # Whoever links a guarded static library needs what the guard calls.
-    target_link_options(${target} PUBLIC -fstack-protector-strong)
+    # Whoever links a guarded static library needs what the guard calls; a DLL has it in itself.
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "STATIC_LIBRARY")
+      target_link_options(${target} PUBLIC -fstack-protector-strong)
+    else()
+      target_link_options(${target} PRIVATE -fstack-protector-strong)
+    endif()
   endif()
   if(NOT WIN32)
     return()
