@@ -48,6 +48,20 @@ bool HashesWithAnObject() {
   return IsText(digest.CStr(), "900150983CD24FB0D6963F7D28E17F72");
 }
 
+bool EncryptsWithAnObject() {
+  const Cifra::ObjectFactory factory{KxCreateObject, KxDestroyObject};
+  const Cifra::Object<Cifra::IBlowfishAndBase64> cipher(factory);
+  const auto* key = reinterpret_cast<const std::uint8_t*>("a key of up to 56 bytes");
+  wchar_t encrypted[64];
+  wchar_t text[64];
+  return cipher && cipher->SetKey(key, 23) == 1 &&
+         cipher->EncodeText(L"meet me at noon", encrypted, 64) == 1 &&
+         IsText(encrypted, "40Ud1Hmcvw/uV29sje2MKg==") &&
+         cipher->DecodeText(encrypted, text, 64) == 1 && IsText(text, "meet me at noon");
+}
+
 }  // namespace
 
-extern "C" void start() { ExitProcess(HashesText() && HashesWithAnObject() ? 0 : 1); }
+extern "C" void start() {
+  ExitProcess(HashesText() && HashesWithAnObject() && EncryptsWithAnObject() ? 0 : 1);
+}
