@@ -15,7 +15,8 @@ import sys
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-DOCUMENTS = ["README.md", "CHANGELOG.md", "SECURITY.md", "LICENSE", "THIRD-PARTY-NOTICES.md"]
+DOCUMENTS = ["README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "LICENSE",
+             "THIRD-PARTY-NOTICES.md"]
 SBOM = "sbom.spdx.json"
 SUMS = "SHA256SUMS"
 
@@ -163,6 +164,8 @@ def main():
     for name in DOCUMENTS:
         shutil.copy(ROOT / name, stage)
     shutil.copytree(ROOT / "docs", stage / "docs")
+    readme = (stage / "README.md").read_text().replace("](examples)", "](share/cifra/examples)")
+    (stage / "README.md").write_text(readme)
     sbom(stage, stage.name, version, arguments.build, date)
     sums(stage, [part for part in arguments.runner.split(";") if part])
     target = stage.with_name(stage.name + ".zip")

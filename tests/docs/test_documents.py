@@ -8,6 +8,7 @@ import re
 import subprocess
 
 import pytest
+import yaml
 from pygments.lexers import PowerShellLexer
 from pygments.token import Error
 
@@ -80,6 +81,22 @@ def test_the_example_in_powershell_is_well_formed():
     # What it calls is in the C# file that it compiles.
     methods = set(re.findall(r"\[Cifra\]::(\w+)\(", text))
     assert methods and methods <= set(re.findall(r"public static string (\w+)\(", text_of("examples/EncryptText.cs")))
+
+
+def test_the_recipes_are_well_formed_and_name_what_is_there():
+    recipe = text_of("packaging/conan/conanfile.py")
+    compile(recipe, "conanfile.py", "exec")
+    for pattern in re.findall(r'"((?:\w+/\*)|[\w.-]+\.(?:txt|md)|LICENSE)"', recipe):
+        assert list(ROOT.glob(pattern)), pattern
+    port = text_of("packaging/vcpkg/portfile.cmake")
+    workflow = yaml.safe_load(text_of("packaging/windows.yml"))
+    steps = workflow["jobs"]["windows"]["steps"]
+    commands = port + recipe + "".join(step.get("run", "") for step in steps)
+    options = set(re.findall(r"CIFRA_\w+", commands))
+    assert options and options <= set(re.findall(r"option\((CIFRA_\w+)", text_of("CMakeLists.txt")
+                                                 + text_of("cmake/CifraWarnings.cmake")))
+    programs = set(re.findall(r"use\\(\w+)\.exe", commands))
+    assert programs and all(list((ROOT / "examples").glob(f"{name}.c*")) for name in programs)
 
 
 def test_the_version_is_stated_once():

@@ -132,6 +132,13 @@ def test_a_program_of_ones_own_builds_as_the_page_says(package, tmp_path):
     assert run(tmp_path / "a.exe") == run(tmp_path / "program.exe") == (0, [ENCRYPTED, GREETING], [])
 
 
+@pytest.mark.parametrize("page", ["README.md", "docs/using.md", "docs/abi.md", "docs/cli.md", "docs/logging.md"])
+def test_the_pages_for_users_have_no_link_out_of_the_package(package, page):
+    text = (package / page).read_text()
+    targets = [target.partition("#")[0] for target in re.findall(r"\]\(([^)\s]+)\)", text) if "://" not in target]
+    assert [target for target in targets if target and not ((package / page).parent / target).exists()] == []
+
+
 def test_a_linked_program_encrypts_a_text(programs):
     assert run(programs / "EncryptText.exe") == (0, [ENCRYPTED, GREETING], [])
 
