@@ -38,6 +38,18 @@ def test_every_link_within_the_project_leads_somewhere(page):
             assert not anchor or anchor in anchors_of(path), target
 
 
+def test_the_readme_links_every_page():
+    linked = set(re.findall(r"\]\(([^)\s]+)\)", text_of("README.md")))
+    assert [name for name in NAMES if name != "README.md" and name not in linked] == []
+
+
+def test_the_code_that_the_conventions_quote_is_in_the_sources():
+    quotes = re.findall(r"^```cpp\n(.*?)^```$", text_of("docs/conventions.md"), re.M | re.S)
+    sources = [path.read_text() for folder in ("src", "tools", "tests", "include", "examples")
+               for path in sorted((ROOT / folder).rglob("*")) if path.suffix in (".h", ".cpp")]
+    assert quotes and [quote for quote in quotes if not any(quote in source for source in sources)] == []
+
+
 def shell_of(page):
     return "".join(re.findall(r"^```sh\n(.*?)^```$", text_of(page), re.M | re.S))
 
