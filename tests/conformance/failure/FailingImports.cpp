@@ -297,6 +297,16 @@ constexpr const char* kInfallible[] = {
     "_strlwr",
     "wcsncpy_s",
     "wcscat_s",
+    "wcschr",
+    "wcsspn",
+    "PathIsRelativeW",
+    // the hook at exit, which does nothing: without it nothing changes
+    "_register_onexit_function",
+    "_crt_atexit",
+    "_onexit",
+    "__dllonexit",
+    "_lock",
+    "_unlock",
     // what only answers or waits
     "GetLastError",
     "SetLastError",

@@ -77,8 +77,10 @@ std::string Run(const Operation::Body& body) {
   }
 }
 
-// The first exception that a library throws makes its runtime keep a record of the thread.
-void ThrowInLibrary() {
+// What a loaded library does once: its runtime keeps a record of the thread at the first exception,
+// and the log's client registers a hook at its first use.
+void WarmUp() {
+  const Cifra::Test::Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
   const Cifra::Test::Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId);
   std::string refused;
   Run([&] {
@@ -112,7 +114,7 @@ void Reload(std::unique_ptr<Apparatus>& apparatus) {
     FreeLibrary(log);
   }
   library = Cifra::Test::CifraLibrary();
-  ThrowInLibrary();
+  WarmUp();
   Ledger::Clear();
   apparatus = std::make_unique<Apparatus>();
 }
@@ -164,7 +166,7 @@ void FailInTurn(const Operation& operation, std::unique_ptr<Apparatus>& apparatu
 // Lets every call of every operation fail in turn: once, or for good.
 const ChildAction kFailEverything(L"FailEverything", [](const ChildAction::Arguments& arguments) {
   const auto& operations = Cifra::Test::Operations();
-  ThrowInLibrary();
+  WarmUp();
   const ImportPatch freeing(GetModuleHandleW(nullptr), "free", &FreeInProgram);
   freeOfRuntime = &freeing.Original<void(void*)>();
   auto apparatus = std::make_unique<Apparatus>();
