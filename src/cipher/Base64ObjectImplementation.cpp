@@ -15,9 +15,9 @@ constexpr std::size_t kMaxPadding = 2;
 
 // Growing a string fills it with zeros. A large output grows by pieces of so many characters, whose
 // zeros are still in the cache when the text overwrites them.
-constexpr std::size_t kPieceCharacters = 64 * 1024;
+constexpr std::size_t kPieceCharacters = std::size_t{64} * 1024;
 constexpr std::size_t kPieceBytes = kPieceCharacters / 4 * 3;
-constexpr std::size_t kLeastForPieces = 1024 * 1024;
+constexpr std::size_t kLeastForPieces = std::size_t{1024} * 1024;
 
 std::string EncodeInPieces(const std::uint8_t* input, std::size_t inputLength, std::size_t encoded,
                            bool addPadding) {

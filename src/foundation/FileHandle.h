@@ -13,15 +13,15 @@ class FileHandle {
   explicit FileHandle(HANDLE file) : handle(file) {}
   FileHandle(FileHandle&& other) noexcept { std::swap(handle, other.handle); }
   FileHandle& operator=(FileHandle&& other) noexcept {
-    reset();
+    Reset();
     std::swap(handle, other.handle);
     return *this;
   }
-  ~FileHandle() { reset(); }
+  ~FileHandle() { Reset(); }
 
   explicit operator bool() const { return handle != INVALID_HANDLE_VALUE; }
-  HANDLE get() const { return handle; }
-  void reset() {
+  HANDLE Get() const { return handle; }
+  void Reset() {
     if (*this) {
       CloseHandle(std::exchange(handle, INVALID_HANDLE_VALUE));
     }

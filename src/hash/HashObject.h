@@ -70,7 +70,7 @@ std::uint32_t HashFileContent(const wchar_t* objectId, const wchar_t* function, 
   }
   DWORD bytesRead = 0;
   do {
-    if (!buffer.ReadFrom(file.get(), bytesRead)) {
+    if (!buffer.ReadFrom(file.Get(), bytesRead)) {
       logging::Log(kFailure, function, L"Reading from file returned false and error %d",
                    GetLastError());
       return GetLastError();  // read again: callers see the last error that log.dll leaves

@@ -80,7 +80,7 @@ std::uint32_t DigitalSignatureObjectImplementation::GetDigitalSignature(const St
     DigitalSignatureObjectImplementation& object;
     ~FileGuard() {
       object.filePath.ReleaseBuffer(0);
-      object.file.reset();
+      object.file.Reset();
     }
   };
   const FileGuard guard{*this};
@@ -95,7 +95,7 @@ std::uint32_t DigitalSignatureObjectImplementation::GetDigitalSignature(const St
 
 DWORD DigitalSignatureObjectImplementation::OpenFileHandle() {
   const logging::CTraceScope trace(kOpenFileHandle);
-  file.reset();
+  file.Reset();
   file = kx::OpenForReading(filePath.CStr(), FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                             FILE_ATTRIBUTE_NORMAL);
   if (!file) {
@@ -109,7 +109,7 @@ DWORD DigitalSignatureObjectImplementation::OpenFileHandle() {
 void DigitalSignatureObjectImplementation::EnumCertificates(kx::IList<Chain>& chains,
                                                             const bool& onlineCheck) {
   const logging::CTraceScope trace(kEnumCertificates);
-  TrustRequest request(filePath.CStr(), file.get());
+  TrustRequest request(filePath.CStr(), file.Get());
   do {
     VerifyOneSignature(request, chains, onlineCheck);
   } while (request.Advance());

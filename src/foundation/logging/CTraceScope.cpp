@@ -26,7 +26,7 @@ CTraceScope::~CTraceScope() {
   const std::uint32_t elapsed = timeGetTime() - startTime;
   try {
     LogAtDepth(-1, LogLevel::kInformation, functionName, L"<- %s [%d]", displayName, elapsed);
-  } catch (...) {
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor must not throw
     // Without memory for the log's client the message is lost; the traced function is not.
   }
 }
