@@ -185,7 +185,7 @@ class LiteralArguments {
 
 // The library counts values: "--length: 1 required BYTES missing", "--length: At Most 1 required".
 std::string InPlainWords(const CLI::Error& error) {
-  const std::string words = WithoutMarks(error.what());
+  std::string words = WithoutMarks(error.what());
   if (error.get_name() == "ArgumentMismatch") {
     const std::string option = words.substr(0, words.find(':'));
     if (words.ends_with(" missing")) {

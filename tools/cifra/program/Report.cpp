@@ -24,7 +24,7 @@ std::string Harmless(const std::string& field) {
 
 std::string CsvField(const std::string& given) {
   const std::string text = Harmless(ToValidUtf8(given));
-  const std::string field = OutputIsScreen() ? EscapeForConsole(text, Backslashes::kKept) : text;
+  std::string field = OutputIsScreen() ? EscapeForConsole(text, Backslashes::kKept) : text;
   if (field.find_first_of(",\"\r\n") == std::string::npos) {
     return field;
   }

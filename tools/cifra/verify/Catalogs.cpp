@@ -102,17 +102,17 @@ class CatalogSearch {
 }  // namespace
 
 std::optional<std::vector<std::wstring>> FindCatalogs(const std::wstring& path) {
-  static const CatalogFunctions functions;
+  static const CatalogFunctions kFunctions;
   const FileHandle file(NullIfInvalid(CreateFileW(
       path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
-  if (!functions.isWhole || !file) {
+  if (!kFunctions.isWhole || !file) {
     return std::nullopt;
   }
   std::vector<std::wstring> paths;
   bool isKnown = true;
   for (const wchar_t* algorithm : {L"SHA256", L"SHA1"}) {
-    const bool isLookedUp = CatalogSearch(functions, algorithm).Find(file.get(), paths);
+    const bool isLookedUp = CatalogSearch(kFunctions, algorithm).Find(file.get(), paths);
     isKnown = isKnown && isLookedUp;
   }
   return isKnown || !paths.empty() ? std::optional(paths) : std::nullopt;
