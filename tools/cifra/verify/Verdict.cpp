@@ -97,26 +97,26 @@ constexpr TrustResult kResults[] = {
 
 struct Words {
   Verdict verdict;
-  const char* name;
   ExitCode code;
+  const char* name;
 };
 
 constexpr Words kWords[] = {
-    {kTrusted, "trusted", ExitCode::kSuccess},
-    {kUnsigned, "unsigned", ExitCode::kUnsigned},
-    {kNotSignable, "not signable", ExitCode::kNotSignable},
-    {kDamaged, "damaged", ExitCode::kDamaged},
-    {kCrashed, "crashed", ExitCode::kCrashed},
-    {kRevoked, "revoked", ExitCode::kRevoked},
-    {kDistrusted, "distrusted", ExitCode::kRevoked},
-    {kUntrustedRoot, "untrusted root", ExitCode::kUntrustedRoot},
-    {kExpired, "expired", ExitCode::kExpired},
-    {kNotTrusted, "not trusted", ExitCode::kNotTrusted},
-    {kRevocationUnknown, "revocation unknown", ExitCode::kRevocationUnknown},
-    {kWrongSigner, "wrong signer", ExitCode::kWrongSigner},
-    {kWeakDigest, "weak digest", ExitCode::kWeakDigest},
-    {kNoTimestamp, "no time stamp", ExitCode::kNoTimestamp},
-    {kCannotOpen, "cannot open", ExitCode::kCannotRead},
+    {kTrusted, ExitCode::kSuccess, "trusted"},
+    {kUnsigned, ExitCode::kUnsigned, "unsigned"},
+    {kNotSignable, ExitCode::kNotSignable, "not signable"},
+    {kDamaged, ExitCode::kDamaged, "damaged"},
+    {kCrashed, ExitCode::kCrashed, "crashed"},
+    {kRevoked, ExitCode::kRevoked, "revoked"},
+    {kDistrusted, ExitCode::kRevoked, "distrusted"},
+    {kUntrustedRoot, ExitCode::kUntrustedRoot, "untrusted root"},
+    {kExpired, ExitCode::kExpired, "expired"},
+    {kNotTrusted, ExitCode::kNotTrusted, "not trusted"},
+    {kRevocationUnknown, ExitCode::kRevocationUnknown, "revocation unknown"},
+    {kWrongSigner, ExitCode::kWrongSigner, "wrong signer"},
+    {kWeakDigest, ExitCode::kWeakDigest, "weak digest"},
+    {kNoTimestamp, ExitCode::kNoTimestamp, "no time stamp"},
+    {kCannotOpen, ExitCode::kCannotRead, "cannot open"},
 };
 
 const Words& WordsOf(Verdict verdict) {
