@@ -54,7 +54,7 @@ class ExportedObject {
   void Load() {
     module = LoadCifraLibrary();
     if (!module || !FindFactory()) {
-      GetLastError();  // read and dropped: there is nobody to tell
+      static_cast<void>(GetLastError());  // nobody to report it to
       return;
     }
     // The factory writes to the field itself.
