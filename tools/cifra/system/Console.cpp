@@ -47,6 +47,12 @@ bool WriteBytes(HANDLE file, std::string_view bytes) {
   return true;
 }
 
+// What is not UTF-8 goes to the console byte for byte, as any other program's output would.
+bool WriteToConsole(HANDLE console, std::string_view bytes) {
+  const std::optional<std::wstring> text = FromUtf8(bytes);
+  return text ? WriteConsoleText(console, *text) : WriteBytes(console, bytes);
+}
+
 }  // namespace
 
 bool IsConsole(HANDLE stream) {
@@ -55,19 +61,18 @@ bool IsConsole(HANDLE stream) {
 }
 
 bool WriteTo(HANDLE stream, std::string_view bytes) {
-  if (IsConsole(stream)) {
-    // What is not UTF-8 goes to the console byte for byte, as any other program's output would.
-    if (const std::optional<std::wstring> text = FromUtf8(bytes)) {
-      return WriteConsoleText(stream, *text);
-    }
-  }
-  return WriteBytes(stream, bytes);
+  return IsConsole(stream) ? WriteToConsole(stream, bytes) : WriteBytes(stream, bytes);
 }
 
-bool OutputIsScreen() { return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
+bool OutputIsScreen() {
+  // Asked once: for each of many small files the question would take as long as reading them.
+  static const bool isScreen = IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
+  return isScreen;
+}
 
 void WriteOut(std::string_view bytes) {
-  if (!WriteTo(GetStdHandle(STD_OUTPUT_HANDLE), bytes)) {
+  const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+  if (!(OutputIsScreen() ? WriteToConsole(output, bytes) : WriteBytes(output, bytes))) {
     throw Failure::OfSystem(ExitCode::kCannotWrite, "standard output", "cannot write");
   }
 }
