@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Runs a benchmark program, and those of its benchmarks again whose times spread widely, up to two
-times; of two runs the one that spreads less counts, whichever is the faster. Writes the times as JSON.
+"""Runs a benchmark program. Where the times of one library spread widely, its row and size are measured
+again, up to two times, with all libraries side by side as before; all times count. Writes them as JSON.
 
 Usage: measure.py OUTPUT REPETITIONS PROGRAM [ARGUMENT...]"""
 
@@ -39,17 +39,27 @@ def spread(entries):
     return (quarters[2] - quarters[0]) / statistics.median(times)
 
 
+def group(name):
+    row, _, size = name.split("/")
+    return row, size
+
+
+def wide_groups(entries):
+    return {group(name) for name, found in entries.items() if spread(found) > WIDE}
+
+
 def main():
     output, repetitions, program = pathlib.Path(sys.argv[1]), sys.argv[2], sys.argv[3:]
     context, entries = run(program, repetitions)
     for _ in range(RETRIES):
-        wide = [name for name, found in entries.items() if spread(found) > WIDE]
-        for start in range(0, len(wide), AT_ONCE):
-            names = "|".join(wide[start:start + AT_ONCE])
-            for name, again in run(program, repetitions, [f"--benchmark_filter=^({names})$"])[1].items():
-                entries[name] = min(entries[name], again, key=spread)
-    wide = [name for name, found in entries.items() if spread(found) > WIDE]
-    print(f"{len(entries)} benchmarks, {len(wide)} of which still spread by more than {WIDE:.0%}")
+        wide = wide_groups(entries)
+        again = [name for name in entries if group(name) in wide]
+        for start in range(0, len(again), AT_ONCE):
+            names = "|".join(again[start:start + AT_ONCE])
+            for name, found in run(program, repetitions, [f"--benchmark_filter=^({names})$"])[1].items():
+                entries[name] += found
+    print(f"{len({group(name) for name in entries})} rows and sizes, {len(wide_groups(entries))} of which still "
+          f"spread by more than {WIDE:.0%}")
     output.write_text(json.dumps({"context": context, "benchmarks": [e for found in entries.values() for e in found]}))
 
 

@@ -62,6 +62,9 @@ MODEL_GOALS = {
 }
 HASH_FILE_GOAL = 0.90
 HASH_FILE_MEMORY = 16 << 20
+CLIENT_LARGE_GOAL = 0.97  # of the engine's rate in memory
+CLIENT_EARLIER_GOAL = 4.0  # times the files a second of release 1.0.0
+CLIENT_JOBS_GOAL = 1.7  # two jobs against one
 LIBRARY_BYTES = 320 << 10
 
 
@@ -103,6 +106,24 @@ class Results:
         return min(self.nanoseconds(row, library, size) for library in peers) / self.nanoseconds(row, ours, size)
 
 
+class Client:
+    """What bench/measure_client.py measured."""
+
+    def __init__(self, document):
+        self.document = document
+
+    def seconds(self, run, label="client"):
+        """Without what the program takes to start and end."""
+        median = statistics.median
+        return median(self.document["seconds"][f"{label}-{run}"]) - median(self.document["seconds"][f"{label}-start"])
+
+    def large_speed(self):
+        return self.document["largeBytes"] / self.seconds("large-md5") / MEGA
+
+    def has_earlier(self):
+        return "earlier-start" in self.document["seconds"]
+
+
 class Machine:
     """What was measured on one kind of processor."""
 
@@ -114,6 +135,7 @@ class Machine:
         self.kernels = dict(part.split() for part in self.context["kernels"].split(", "))
         self.engines = {build: Results(documents[build]["results"]) for build in BUILDS}
         self.shipped = Results(documents["library"]["results"])
+        self.client = Client(documents["client"]) if "client" in documents else None
 
     def goal(self, row, goal):
         """A goal that depends on the kernel chosen."""
@@ -189,10 +211,27 @@ def library_goal_rows(machines, dlls):
             peak = library.peaks[f"{row}-file"]
             lines.append([f"its memory above the idle process, {algorithm}, {machine.name}",
                           size_name(HASH_FILE_MEMORY), mark(f"{peak / (1 << 20):.1f} MiB", peak < HASH_FILE_MEMORY)])
+        lines += client_goal_rows(machine)
     for cpu, size in dlls.items():
         lines.append([f"`Cifra.dll` for {cpu}, stripped", size_name(LIBRARY_BYTES),
                       mark(f"{size / 1024:.0f} KiB", size <= LIBRARY_BYTES)])
     return lines
+
+
+def client_goal_rows(machine):
+    client = machine.client
+    if not client:
+        return []
+    count, size = client.document["files"], size_name(client.document["fileBytes"])
+    rows = [(f"`cifra hash` of {size_name(client.document['largeBytes'])}, MD5, against memory", CLIENT_LARGE_GOAL,
+             client.large_speed() / machine.shipped.speed("md5-update", "engine", 1 << 20))]
+    if client.has_earlier():
+        rows.append((f"`cifra hash` of {count} files of {size}, against release 1.0.0", CLIENT_EARLIER_GOAL,
+                     client.seconds("small-sha256", "earlier") / client.seconds("small-sha256")))
+    rows.append((f"`cifra hash -j 2` of {count} files of {size}, against one job", CLIENT_JOBS_GOAL,
+                 client.seconds("small-sha256") / client.seconds("small-sha256-j2")))
+    return [[f"{text}, {machine.name}", f"{goal:.2f}", mark(f"{value:.2f}", round(value, 2) >= goal)]
+            for text, goal, value in rows]
 
 
 def model_rows(model):
@@ -307,6 +346,7 @@ def add(folder, commit):
         lines = ",\n".join(json.dumps(entry) for entry in entries)
         head = json.dumps(context | {"compiler": compilers.get(kind, compilers["clang"])})
         (DATA / slug / f"{kind}.json").write_text(f'{{"context": {head},\n"results": [\n{lines}\n]}}\n')
+    (DATA / slug / "client.json").write_text((folder / "client.json").read_text())
     (DATA / "model-arm64.json").write_text((folder / "model.json").read_text())
 
 
@@ -338,11 +378,11 @@ processor: a run on another machine adds its columns.
 
 The engines are the source files of `Cifra.dll`, built natively, in one process with the libraries
 that people would use instead; all are checked to give the same results first. All rows are measured
-several times, interleaved at random; what spreads widely is measured again, and of two runs the one
-that spreads less counts. A figure is the median of the processor time. Cycles are those of a chain of
-multiplications that is measured along, not of the nominal clock. `cifra` is the library as it runs on
-that processor; `cifra-...` is one kernel, forced; `memcpy` copies as many bytes as the row reads.
-Debian 12 has no library with vectorised Base64 to compare with.
+several times, interleaved at random; where one library's times spread widely, its row and size are
+measured again, all libraries together. A figure is the median of all its processor times. Cycles are
+those of a chain of multiplications that is measured along, not of the nominal clock. `cifra` is the
+library as it runs on that processor; `cifra-...` is one kernel, forced; `memcpy` copies as many bytes
+as the row reads. Debian 12 has no library with vectorised Base64 to compare with.
 
 ## Kernels
 
@@ -376,6 +416,8 @@ What bounds the rows, as found on x64:
   characters to decode would not fit the first-level cache. Only processors without SSSE3, from
   before 2011, need it.
 - `HashFile` reads and digests in turn, so copying from the system's cache adds to the digest's time.
+- The client on small files is bound by opening and closing them, which under Wine asks a server process
+  three times for each; two jobs keep that process awake, so they gain more than a second processor gives.
 
 ## ARM64, by model
 
