@@ -19,10 +19,11 @@ namespace Cifra {
 class Library : public ObjectFactory {
  public:
   // Loads the library at `path`, which must be a full path. Its dependencies are taken from its own
-  // folder and from the system's, never from the current folder or PATH.
-  explicit Library(const std::wstring& path)
-      : module(LoadLibraryExW(path.c_str(), nullptr,
-                              LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+  // folder and from the system's, never from the current folder or PATH; `search`, flags of
+  // LoadLibraryExW, says otherwise.
+  explicit Library(const std::wstring& path,
+                   DWORD search = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32)
+      : module(LoadLibraryExW(path.c_str(), nullptr, search)) {
     if (!module) {
       error = GetLastError();
       return;
@@ -33,7 +34,7 @@ class Library : public ObjectFactory {
     Find("Base64AndBlowfishDecode", decodeText);
     Find("CalculateTextMd5", textMd5);
     Find("CalculateWideCharTextMd5", wideTextMd5);
-    if (error != ERROR_SUCCESS) {
+    if (missingExport) {
       Unload();
     }
   }
@@ -51,6 +52,9 @@ class Library : public ObjectFactory {
   // ERROR_PROC_NOT_FOUND (127) for a missing export; ERROR_SUCCESS otherwise.
   DWORD Error() const { return error; }
 
+  // The first of the six exports that the file lacks; null when it lacks none.
+  const char* MissingExport() const { return missingExport; }
+
   HMODULE Module() const { return module; }
 
   // Unloads the library. Only when every object of it is destroyed, and every string, list and map
@@ -59,9 +63,10 @@ class Library : public ObjectFactory {
     if (module) {
       FreeLibrary(module);
     }
-    const DWORD kept = error;
-    *this = Library();
-    error = kept;
+    Library nothing;
+    nothing.error = error;
+    nothing.missingExport = missingExport;
+    *this = nothing;
   }
 
   // The four functions of Functions.h; null without a library.
@@ -77,8 +82,9 @@ class Library : public ObjectFactory {
   void Find(const char* name, Function*& function) {
     // By way of void*: the compilers warn of casts between unlike function types.
     function = reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-    if (!function) {
+    if (!function && !missingExport) {
       error = GetLastError();
+      missingExport = name;
     }
   }
 
@@ -95,6 +101,7 @@ class Library : public ObjectFactory {
 
   HMODULE module = nullptr;
   DWORD error = ERROR_SUCCESS;
+  const char* missingExport = nullptr;
 };
 
 }  // namespace Cifra

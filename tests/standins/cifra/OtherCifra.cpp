@@ -3,6 +3,7 @@
 #include <cwchar>
 
 #include "Cifra/Factory.h"
+#include "Cifra/Functions.h"
 #include "Cifra/IBlowfishAndBase64.h"
 
 namespace {
@@ -36,3 +37,13 @@ std::uint32_t KxCreateObject(const wchar_t*, const InterfaceId* iid, void** resu
 }
 
 void KxDestroyObject(const wchar_t*, IKxBaseInterface*) {}
+
+// A Cifra.dll has all six exports.
+std::uint32_t BlowfishAndBase64Encode(const char*, const char*, char*, std::int32_t) {
+  return kCifraFunctionFailed;
+}
+std::uint32_t Base64AndBlowfishDecode(const char*, const char*, char*, std::int32_t) {
+  return kCifraFunctionFailed;
+}
+std::uint32_t CalculateTextMd5(const char*, char*) { return kCifraFunctionFailed; }
+std::uint32_t CalculateWideCharTextMd5(const wchar_t*, char*) { return kCifraFunctionFailed; }

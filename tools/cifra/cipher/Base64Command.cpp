@@ -75,7 +75,7 @@ void Decode(Cifra::IBase64& codec, Input& input, Output& output) {
 
 void Run(const Options& options) {
   const CifraLibrary library;
-  const CifraObject<Cifra::IBase64> codec(library, Cifra::kBase64ObjectId);
+  const CifraObject<Cifra::IBase64> codec(library);
   Input input = options.text.Open();
   Output output(FromArgument(options.output));
   options.isDecoding ? Decode(*codec, input, output) : Encode(*codec, input, output);

@@ -38,8 +38,7 @@ struct CipherOptions {
 template <typename Interface>
 class KeyedCipher {
  public:
-  KeyedCipher(const wchar_t* objectId, const CipherOptions& options, KeyUse use)
-      : object(library, objectId) {
+  KeyedCipher(const CipherOptions& options, KeyUse use) : object(library) {
     const Key key = options.ReadKeyFor(use);
     const auto setKey = [&] { return object->SetKey(key.Bytes(), key.Length()); };
     // Of the two ciphers the combined one consists of parts, which the library may fail to find.

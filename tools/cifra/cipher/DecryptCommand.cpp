@@ -55,8 +55,7 @@ void RunOnText(const Options& options) {
   if (options.length) {
     throw Failure(ExitCode::kUsage, "--length goes with --file");
   }
-  const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId, options,
-                                                      KeyUse::kDecrypt);
+  const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(options, KeyUse::kDecrypt);
   Input input = options.text.Open();
   std::string base64 = input.ReadAll(kMaxTextBytes);
   input.Close();
@@ -108,7 +107,7 @@ void DecryptBytes(Cifra::IBlowfish& cipher, Input& input, Output& output,
 }
 
 void RunOnBytes(const Options& options) {
-  const KeyedCipher<Cifra::IBlowfish> cipher(Cifra::kBlowfishObjectId, options, KeyUse::kDecrypt);
+  const KeyedCipher<Cifra::IBlowfish> cipher(options, KeyUse::kDecrypt);
   Input input(FromArgument(options.bytesFile));
   Output output(FromArgument(options.output));
   DecryptBytes(*cipher, input, output, options.length);

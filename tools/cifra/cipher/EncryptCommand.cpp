@@ -44,8 +44,7 @@ std::string EncryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& ut
 }
 
 void RunOnText(const Options& options) {
-  const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId, options,
-                                                      KeyUse::kEncrypt);
+  const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(options, KeyUse::kEncrypt);
   Input input = options.text.Open();
   std::string result = EncryptText(*cipher, input.ReadAll(kMaxTextBytes), input.Name());
   input.Close();
@@ -58,7 +57,7 @@ void RunOnText(const Options& options) {
 }
 
 void RunOnBytes(const Options& options) {
-  const KeyedCipher<Cifra::IBlowfish> cipher(Cifra::kBlowfishObjectId, options, KeyUse::kEncrypt);
+  const KeyedCipher<Cifra::IBlowfish> cipher(options, KeyUse::kEncrypt);
   Input input(FromArgument(options.bytesFile));
   Output output(FromArgument(options.output));
   std::uint64_t total = 0;

@@ -42,12 +42,12 @@ std::string Hasher::DigestOf(Interface& hash, Input& input) {
 std::string Hasher::Digest(const Algorithm& algorithm, Input& input) {
   if (&algorithm == &kMd5) {
     if (!md5) {
-      md5.emplace(library, Cifra::kMd5ObjectId);
+      md5.emplace(library);
     }
     return DigestOf(**md5, input);
   }
   if (!sha256) {
-    sha256.emplace(library, Cifra::kSha256ObjectId);
+    sha256.emplace(library);
   }
   return DigestOf(**sha256, input);
 }

@@ -15,38 +15,27 @@ std::wstring PathBesideThisProgram(const wchar_t* fileName) {
 
 }  // namespace
 
-CifraLibrary::CifraLibrary() : path(PathBesideThisProgram(L"Cifra.dll")) {
-  module.reset(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
-  if (!module) {
-    throw Failure::OfSystem(ExitCode::kNoLibrary, ToUtf8(path), "cannot load the library");
-  }
-  createObject = Resolve<KxCreateObjectFunction*>("KxCreateObject");
-  destroyObject = Resolve<KxDestroyObjectFunction*>("KxDestroyObject");
-}
+CifraLibrary::CifraLibrary() : CifraLibrary(PathBesideThisProgram(L"Cifra.dll")) {}
 
-void* CifraLibrary::AddressOf(const char* name) const {
-  void* const address = reinterpret_cast<void*>(GetProcAddress(module.get(), name));
-  if (!address) {
-    throw Unusable(std::string("is not a Cifra library: it does not export ") + name);
+CifraLibrary::CifraLibrary(const std::wstring& file)
+    : Cifra::Library(file, LOAD_LIBRARY_SEARCH_SYSTEM32), path(file) {
+  if (MissingExport()) {
+    throw Unusable(std::string("is not a Cifra library: it does not export ") + MissingExport());
   }
-  return address;
+  if (!*this) {
+    throw Failure::OfSystem(ExitCode::kNoLibrary, ToUtf8(path), "cannot load the library", Error());
+  }
 }
 
 Failure CifraLibrary::Unusable(const std::string& why) const {
   return {ExitCode::kNoLibrary, ToUtf8(path) + ": " + why};
 }
 
-IKxBaseInterface* CifraLibrary::Create(const wchar_t* objectId) const {
-  void* object = nullptr;
-  const std::uint32_t result = createObject(objectId, &IKxBaseInterface::kInterfaceId, &object);
-  if (result != kCifraSuccess || !object) {
-    throw Unusable("has no object " + ToUtf8(objectId) + " (error " + std::to_string(result) + ")");
+Failure CifraLibrary::WithoutObject(const wchar_t* objectId, std::uint32_t result) const {
+  if (result == kCifraSuccess) {
+    return Unusable("its object " + ToUtf8(objectId) + " is not the one of Cifra");
   }
-  return static_cast<IKxBaseInterface*>(object);
-}
-
-void CifraLibrary::Destroy(const wchar_t* objectId, IKxBaseInterface* object) const {
-  destroyObject(objectId, object);
+  return Unusable("has no object " + ToUtf8(objectId) + " (error " + std::to_string(result) + ")");
 }
 
 // From the loaded module: version.dll, which reads files, would be one more library to load.
@@ -60,9 +49,9 @@ std::string CifraLibrary::Version() const {
     VS_FIXEDFILEINFO info;
   };
   constexpr DWORD kSignature = 0xFEEF04BD;
-  const HRSRC found = FindResourceW(module.get(), MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
-  const HGLOBAL loaded = found ? LoadResource(module.get(), found) : nullptr;
-  if (!loaded || SizeofResource(module.get(), found) < sizeof(Resource)) {
+  const HRSRC found = FindResourceW(Module(), MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
+  const HGLOBAL loaded = found ? LoadResource(Module(), found) : nullptr;
+  if (!loaded || SizeofResource(Module(), found) < sizeof(Resource)) {
     return {};
   }
   Resource resource{};

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "Cifra/Factory.h"
+#include "Cifra/Library.h"
+#include "Cifra/Object.h"
 #include "system/Failure.h"
-#include "system/Handles.h"
 
 namespace client {
 
@@ -16,62 +16,34 @@ namespace client {
 // Failures are Failure kNoLibrary.
 //
 // The library's own imports come from the system's folder, not from this program's.
-class CifraLibrary {
+class CifraLibrary : public Cifra::Library {
  public:
   CifraLibrary();
 
   // What is wrong with this library, for the user.
   Failure Unusable(const std::string& why) const;
-
-  // Makes an object; it must be given back before this library goes.
-  IKxBaseInterface* Create(const wchar_t* objectId) const;
-  void Destroy(const wchar_t* objectId, IKxBaseInterface* object) const;
-
-  // An exported function, by its pointer's type.
-  template <typename Function>
-  Function Resolve(const char* name) const {
-    return reinterpret_cast<Function>(AddressOf(name));
-  }
+  // That it has no such object, which KxCreateObject answered with result.
+  Failure WithoutObject(const wchar_t* objectId, std::uint32_t result) const;
 
   const std::wstring& Path() const { return path; }
   // The version that the file states, such as "1.0.0"; empty when it states none.
   std::string Version() const;
 
  private:
-  void* AddressOf(const char* name) const;
+  explicit CifraLibrary(const std::wstring& file);
 
   std::wstring path;
-  ModuleHandle module;
-  KxCreateObjectFunction* createObject = nullptr;
-  KxDestroyObjectFunction* destroyObject = nullptr;
 };
 
-// CifraObject owns one object of the library and gives its service.
+// CifraObject owns one object of the library and is never without it.
 template <typename Interface>
-class CifraObject {
+class CifraObject : public Cifra::Object<Interface> {
  public:
-  CifraObject(const CifraLibrary& owner, const wchar_t* id)
-      : library(owner),
-        objectId(id),
-        object(library.Create(id)),
-        service(static_cast<Interface*>(object->QueryInterface(Interface::kInterfaceId))) {
-    if (!service) {
-      library.Destroy(objectId, object);
-      throw library.Unusable("its object " + ToUtf8(objectId) + " is not the one of Cifra");
+  explicit CifraObject(const CifraLibrary& library) : Cifra::Object<Interface>(library) {
+    if (!*this) {
+      throw library.WithoutObject(Interface::kObjectId, this->Result());
     }
   }
-  ~CifraObject() { library.Destroy(objectId, object); }
-  CifraObject(const CifraObject&) = delete;
-  CifraObject& operator=(const CifraObject&) = delete;
-
-  Interface& operator*() const { return *service; }
-  Interface* operator->() const { return service; }
-
- private:
-  const CifraLibrary& library;
-  const wchar_t* objectId;
-  IKxBaseInterface* object;
-  Interface* service;
 };
 
 }  // namespace client

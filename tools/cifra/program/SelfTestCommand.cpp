@@ -47,7 +47,7 @@ Bytes Pattern(std::size_t size) {
 }
 
 std::string Md5Of(const CifraLibrary& library, const Bytes& bytes) {
-  const CifraObject<Cifra::IMd5> md5(library, Cifra::kMd5ObjectId);
+  const CifraObject<Cifra::IMd5> md5(library);
   std::uint8_t digest[Cifra::IMd5::kDigestBytes] = {};
   md5->Update(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
   md5->Final(digest);
@@ -66,7 +66,7 @@ void TestMd5(const CifraLibrary& library) {
 // FIPS 180-2, B.1 and B.2.
 void TestSha256(const CifraLibrary& library) {
   const auto digestOf = [&library](const std::string& text) {
-    const CifraObject<Cifra::ISha256> sha256(library, Cifra::kSha256ObjectId);
+    const CifraObject<Cifra::ISha256> sha256(library);
     std::uint8_t digest[Cifra::ISha256::kDigestBytes] = {};
     const Bytes bytes = BytesOf(text);
     const bool isDone =
@@ -83,7 +83,7 @@ void TestSha256(const CifraLibrary& library) {
 
 // RFC 4648, section 10, and 3 KiB there and back.
 void TestBase64(const CifraLibrary& library) {
-  const CifraObject<Cifra::IBase64> base64(library, Cifra::kBase64ObjectId);
+  const CifraObject<Cifra::IBase64> base64(library);
   std::string text;
   Bytes bytes;
   base64->Encode(BytesOf("fooba"), text, true);
@@ -99,7 +99,7 @@ void TestBase64(const CifraLibrary& library) {
 // E. Young's vectors for a key and a block of 8 bytes of zeros, and of ones, with the bytes of the
 // halves of the ciphertext reversed. And 4 KiB there and back.
 void TestBlowfish(const CifraLibrary& library) {
-  const CifraObject<Cifra::IBlowfish> blowfish(library, Cifra::kBlowfishObjectId);
+  const CifraObject<Cifra::IBlowfish> blowfish(library);
   Bytes output;
   for (const auto& [fill, ciphertext] : {std::pair(std::uint8_t{0x00}, "4597f94e78dd9861"),
                                          {std::uint8_t{0xFF}, "d56f86518acb5eb8"}}) {
@@ -120,7 +120,7 @@ constexpr char kText[] = "hello";
 constexpr char kCiphertext[] = "dYBu2QSKu0s=";
 
 void TestTextCipher(const CifraLibrary& library) {
-  const CifraObject<Cifra::IBlowfishAndBase64> cipher(library, Cifra::kBlowfishAndBase64ObjectId);
+  const CifraObject<Cifra::IBlowfishAndBase64> cipher(library);
   wchar_t text[64] = {};
   const Bytes key = BytesOf(kKey);
   Require(cipher->SetKey(key.data(), static_cast<std::uint32_t>(key.size())) == 1,
@@ -142,7 +142,7 @@ void TestSignature(const CifraLibrary& library) {
     int results = 0;
   };
   Counter counter;
-  const CifraObject<Cifra::IDigitalSignature> signature(library, Cifra::kDigitalSignatureObjectId);
+  const CifraObject<Cifra::IDigitalSignature> signature(library);
   signature->SetObserver(&counter);
   const std::wstring path = ExactPath(library.Path());
   Require(signature->VerifyFile(path.c_str(), false) == kCifraSuccess, "cannot open the library");
@@ -152,18 +152,16 @@ void TestSignature(const CifraLibrary& library) {
 
 void TestFunctions(const CifraLibrary& library) {
   char result[64] = {};
-  const auto encode = library.Resolve<CifraTextCipherFunction>("BlowfishAndBase64Encode");
-  const auto decode = library.Resolve<CifraTextCipherFunction>("Base64AndBlowfishDecode");
-  const auto md5 = library.Resolve<CifraTextMd5Function>("CalculateTextMd5");
-  const auto wideMd5 = library.Resolve<CifraWideTextMd5Function>("CalculateWideCharTextMd5");
   constexpr char kAbc[] = "900150983cd24fb0d6963f7d28e17f72";
-  Require(encode(kText, kKey, result, sizeof(result)) == kCifraSuccess, "did not encrypt");
+  Require(library.encodeText(kText, kKey, result, sizeof(result)) == kCifraSuccess,
+          "did not encrypt");
   RequireEqual(kCiphertext, result);
-  Require(decode(kCiphertext, kKey, result, sizeof(result)) == kCifraSuccess, "did not decrypt");
+  Require(library.decodeText(kCiphertext, kKey, result, sizeof(result)) == kCifraSuccess,
+          "did not decrypt");
   RequireEqual(kText, result);
-  Require(md5("abc", result) == kCifraSuccess, "did not hash");
+  Require(library.textMd5("abc", result) == kCifraSuccess, "did not hash");
   RequireEqual(kAbc, result);
-  Require(wideMd5(L"abc", result) == kCifraSuccess, "did not hash wide text");
+  Require(library.wideTextMd5(L"abc", result) == kCifraSuccess, "did not hash wide text");
   RequireEqual(kAbc, result);
 }
 

@@ -84,7 +84,7 @@ std::optional<Signer> SignerFrom(const Cifra::Chain& chain) {
 std::vector<Observer::Seen> Verify(const CifraLibrary& library, const ListedFile& file,
                                    bool isOnline, kx::List<Cifra::Chain>& chains) {
   Observer observer;
-  const CifraObject<Cifra::IDigitalSignature> verifier(library, Cifra::kDigitalSignatureObjectId);
+  const CifraObject<Cifra::IDigitalSignature> verifier(library);
   verifier->SetObserver(&observer);
   const DWORD error = verifier->GetDigitalSignature(file.Path().c_str(), chains, isOnline);
   if (error != kCifraSuccess) {
