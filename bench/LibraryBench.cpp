@@ -17,32 +17,12 @@ namespace {
 constexpr std::size_t kLibrarySizes[] = {16, 1024, 65536, 1 << 20, 16 << 20};
 constexpr std::size_t kKeyBytes = 16;
 
-template <typename Service>
-class Object {
- public:
-  explicit Object(const wchar_t* id) : objectId(id) {
-    void* created = nullptr;
-    Require(KxCreateObject(objectId, &IKxBaseInterface::kInterfaceId, &created) == kCifraSuccess,
-            "KxCreateObject");
-    base = static_cast<IKxBaseInterface*>(created);
-    service = static_cast<Service*>(base->QueryInterface(Service::kInterfaceId));
-  }
-  ~Object() { KxDestroyObject(objectId, base); }
-  Object(const Object&) = delete;
-  Object& operator=(const Object&) = delete;
-
-  Service* operator->() const { return service; }
-
- private:
-  const wchar_t* objectId;
-  IKxBaseInterface* base;
-  Service* service;
-};
+const ObjectFactory kFactory{KxCreateObject, KxDestroyObject};
 
 // Each subject does what the others of its row do; see Bench.h.
 
 struct LibraryEncrypt {
-  Object<IBlowfish> object{kBlowfishObjectId};
+  Object<IBlowfish> object{kFactory};
   Bytes input;
   Bytes output;
 
@@ -66,7 +46,7 @@ struct EngineEncrypt {
 };
 
 struct LibraryEncode {
-  Object<IBase64> object{kBase64ObjectId};
+  Object<IBase64> object{kFactory};
   Bytes input;
   std::string output;
 
@@ -85,12 +65,10 @@ struct EngineEncode {
 
 template <typename Hash>
 struct LibraryHash {
-  Object<Hash> object;
+  Object<Hash> object{kFactory};
   Bytes message;
 
-  explicit LibraryHash(std::size_t size)
-      : object(Hash::kDigestBytes == IMd5::kDigestBytes ? kMd5ObjectId : kSha256ObjectId),
-        message(RandomBytes(size)) {}
+  explicit LibraryHash(std::size_t size) : message(RandomBytes(size)) {}
   void operator()() { object->Update(message.data(), static_cast<std::uint32_t>(message.size())); }
 };
 
@@ -105,7 +83,7 @@ struct EngineMd5 {
 };
 
 struct LibraryEncodeText {
-  Object<IBlowfishAndBase64> object{kBlowfishAndBase64ObjectId};
+  Object<IBlowfishAndBase64> object{kFactory};
   std::wstring text;
   std::wstring result;
 
@@ -120,10 +98,10 @@ struct LibraryEncodeText {
 // The whole life of an object: made, asked for its service, used for as little as it can be used
 // for, destroyed.
 template <typename Service, typename Use>
-void AddLife(const wchar_t* id, const std::string& name, Use use) {
+void AddLife(const std::string& name, Use use) {
   benchmark::RegisterBenchmark(("life/" + name + "/0").c_str(), [=](benchmark::State& state) {
     for (auto _ : state) {
-      const Object<Service> object(id);
+      const Object<Service> object(kFactory);
       use(object);
     }
   });
@@ -137,11 +115,10 @@ std::int64_t PeakBytes() {
 
 // The file that CIFRA_BENCH_FILE names, over and over, so that it comes from the cache.
 template <typename Hash>
-void AddHashFile(const wchar_t* id, const std::string& name, const std::wstring& path,
-                 std::int64_t size) {
+void AddHashFile(const std::string& name, const std::wstring& path, std::int64_t size) {
   benchmark::RegisterBenchmark(
       (name + "-file/library/" + std::to_string(size)).c_str(), [=](benchmark::State& state) {
-        const Object<Hash> object(id);
+        const Object<Hash> object(kFactory);
         kx::StringT<wchar_t> digest;
         const std::int64_t idle = PeakBytes();
         for (auto _ : state) {
@@ -160,8 +137,8 @@ void AddHashFiles() {
   }
   Require(GetFileAttributesExW(path, GetFileExInfoStandard, &file), "CIFRA_BENCH_FILE");
   const std::int64_t size = static_cast<std::int64_t>(file.nFileSizeHigh) << 32 | file.nFileSizeLow;
-  AddHashFile<IMd5>(kMd5ObjectId, "md5", path, size);
-  AddHashFile<ISha256>(kSha256ObjectId, "sha256", path, size);
+  AddHashFile<IMd5>("md5", path, size);
+  AddHashFile<ISha256>("sha256", path, size);
 }
 
 }  // namespace
@@ -180,18 +157,16 @@ void Register() {
   for (const std::size_t size : {16u, 700u, 65536u}) {
     Add<LibraryEncodeText>("encode-text", "library", size);
   }
-  AddLife<IBlowfish>(kBlowfishObjectId, "blowfish",
+  AddLife<IBlowfish>("blowfish",
                      [](const auto& object) { object->SetKey(RandomBytes(8).data(), 8); });
-  AddLife<IBase64>(kBase64ObjectId, "base64",
-                   [](const auto& object) { object->GetDecodedSize(4); });
-  AddLife<IBlowfishAndBase64>(kBlowfishAndBase64ObjectId, "blowfish-and-base64",
-                              [](const auto& object) {
-                                wchar_t result[1];
-                                object->EncodeText(L"", result, 1);
-                              });
-  AddLife<IMd5>(kMd5ObjectId, "md5", [](const auto& object) { object->Init(); });
-  AddLife<ISha256>(kSha256ObjectId, "sha256", [](const auto& object) { object->Init(); });
-  AddLife<IDigitalSignature>(kDigitalSignatureObjectId, "digital-signature",
+  AddLife<IBase64>("base64", [](const auto& object) { object->GetDecodedSize(4); });
+  AddLife<IBlowfishAndBase64>("blowfish-and-base64", [](const auto& object) {
+    wchar_t result[1];
+    object->EncodeText(L"", result, 1);
+  });
+  AddLife<IMd5>("md5", [](const auto& object) { object->Init(); });
+  AddLife<ISha256>("sha256", [](const auto& object) { object->Init(); });
+  AddLife<IDigitalSignature>("digital-signature",
                              [](const auto& object) { object->SetObserver(nullptr); });
 }
 

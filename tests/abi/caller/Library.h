@@ -16,29 +16,19 @@ Function* Export(const char* name) {
   return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
 }
 
-// An object of the library, asked for its service as the interface Service.
+inline Cifra::ObjectFactory Factory() {
+  return {Export<KxCreateObjectFunction>("KxCreateObject"),
+          Export<KxDestroyObjectFunction>("KxDestroyObject")};
+}
+
+// An object of the library that has its interface and no unknown one.
 template <typename Service>
-class Object {
+class Object : public Cifra::Object<Service> {
  public:
-  explicit Object(const wchar_t* objectId) : id(objectId) {
-    void* made = nullptr;
-    CHECK(Export<KxCreateObjectFunction>("KxCreateObject")(id, &IKxBaseInterface::kInterfaceId,
-                                                           &made) == kCifraSuccess);
-    base = static_cast<IKxBaseInterface*>(made);
-    service = static_cast<Service*>(base->QueryInterface(Service::kInterfaceId));
-    CHECK(service != nullptr);
-    CHECK(base->QueryInterface(InterfaceId{}) == nullptr);
+  Object() : Cifra::Object<Service>(Factory()) {
+    CHECK(this->Get() != nullptr);
+    CHECK(this->Base()->QueryInterface(InterfaceId{}) == nullptr);
   }
-  ~Object() { Export<KxDestroyObjectFunction>("KxDestroyObject")(id, base); }
-  Object(const Object&) = delete;
-  Object& operator=(const Object&) = delete;
-
-  Service* operator->() const { return service; }
-
- private:
-  const wchar_t* id;
-  IKxBaseInterface* base;
-  Service* service;
 };
 
 // The subjects. Each uses the library as a program built by a Microsoft compiler does.

@@ -13,8 +13,8 @@ constexpr std::uint8_t kAbc[] = {'a', 'b', 'c'};
 
 // Each operation once; the file beside the program holds the same three bytes.
 template <typename Hash>
-void CheckHash(const wchar_t* objectId, const wchar_t* digestText) {
-  const Object<Hash> hash(objectId);
+void CheckHash(const wchar_t* digestText) {
+  const Object<Hash> hash;
   Text text;
   hash->Init();
   hash->Update(kAbc, 1);
@@ -40,11 +40,11 @@ void CheckHash(const wchar_t* objectId, const wchar_t* digestText) {
 
 void CheckHashes() {
   Subject("IMd5, ISha256");
-  CheckHash<Cifra::IMd5>(Cifra::kMd5ObjectId, kAbcMd5);
-  CheckHash<Cifra::ISha256>(Cifra::kSha256ObjectId, kAbcSha256);
+  CheckHash<Cifra::IMd5>(kAbcMd5);
+  CheckHash<Cifra::ISha256>(kAbcSha256);
   void* unknown = &unknown;
-  CHECK(Export<KxCreateObjectFunction>("KxCreateObject")(
-            L"Cifra.Unknown", &IKxBaseInterface::kInterfaceId, &unknown) == kCifraNotFound);
+  CHECK(Factory().create(L"Cifra.Unknown", &IKxBaseInterface::kInterfaceId, &unknown) ==
+        kCifraNotFound);
   CHECK(unknown == nullptr);
 }
 
@@ -53,12 +53,12 @@ void CheckHashes() {
 void CheckCipher() {
   Subject("IBlowfish, IBase64, IBlowfishAndBase64");
   const std::uint8_t key[] = "a key";
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const Object<Cifra::IBlowfish> blowfish;
   blowfish->SetKey(key, 5);
-  const Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId);
+  const Object<Cifra::IBase64> base64;
   CHECK(base64->GetDecodedSize(8) == 6);
 
-  const Object<Cifra::IBlowfishAndBase64> both(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> both;
   CHECK(both->SetKey(key, 57) == 0);
   CHECK(both->SetKey(key, 5) == 1);
   wchar_t encoded[64] = {};
@@ -91,7 +91,7 @@ void CheckFunctions() {
 // A string's memory is managed through the table of whoever allocated it.
 void CheckStrings() {
   Subject("kx::StringT");
-  const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
+  const Object<Cifra::IMd5> md5;
 
   Text filledByLibrary;
   md5->GetHashString(filledByLibrary);

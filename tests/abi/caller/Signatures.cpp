@@ -139,7 +139,7 @@ void CheckChains(const kx::List<Cifra::Chain>& chains) {
 
 void CheckSignatures() {
   Subject("IDigitalSignature");
-  const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+  const Object<Cifra::IDigitalSignature> signature;
   const Text path = L"signed.txt";
   const bool onlineCheck = false;
   Observer observer;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ class Base64Object : public testing::Test {
     return std::string(output.begin(), output.end());
   }
 
-  Cifra::Test::Object<Cifra::IBase64> base64{Cifra::kBase64ObjectId};
+  Cifra::Object<Cifra::IBase64> base64{Cifra::Test::Library()};
 };
 
 // What DecodeToBuffer did to a buffer of `capacity` bytes.

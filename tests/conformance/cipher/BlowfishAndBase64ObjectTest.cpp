@@ -4,12 +4,13 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 namespace {
 
-using Cifra::Test::Object;
+using Cifra::Object;
+using Cifra::Test::Library;
 
 constexpr std::uint32_t kFailure = 0;
 constexpr std::uint32_t kDone = 1;
@@ -38,13 +39,13 @@ class BlowfishAndBase64Object : public testing::Test {
     return destination.data();
   }
 
-  Object<Cifra::IBlowfishAndBase64> combined{Cifra::kBlowfishAndBase64ObjectId};
+  Object<Cifra::IBlowfishAndBase64> combined{Library()};
 };
 
 std::string Narrow(const std::wstring& ascii) { return std::string(ascii.begin(), ascii.end()); }
 
 TEST_F(BlowfishAndBase64Object, EncodeText_OfAnEmptyText_NeedsNoKeyAndNoParts) {
-  const Object<Cifra::IBlowfishAndBase64> withoutKey(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> withoutKey(Library());
   for (const wchar_t* text : {static_cast<const wchar_t*>(nullptr), L""}) {
     wchar_t destination[2] = {kUntouched, kUntouched};
     EXPECT_EQ(kDone, withoutKey->EncodeText(text, destination, 2));
@@ -61,8 +62,8 @@ TEST_F(BlowfishAndBase64Object, EncodeText_OfOneCharacter_GivesTwelveWithOnePadd
 }
 
 TEST_F(BlowfishAndBase64Object, EncodeText_IsTheBase64OfTheEncipheredUtf8) {
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
-  const Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId);
+  const Object<Cifra::IBlowfish> blowfish(Library());
+  const Object<Cifra::IBase64> base64(Library());
   blowfish->SetKey(reinterpret_cast<const std::uint8_t*>(kKey.data()),
                    static_cast<std::int32_t>(kKey.size()));
   const std::string utf8 = "gr\xC3\xBC\xC3\x9F dich \xE2\x82\xAC";
@@ -184,7 +185,7 @@ TEST(BlowfishAndBase64ObjectKey, IsWipedBeforeItsMemoryIsFreed) {
   const std::string key = "a key that is to be found nowhere else";
   const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "free", &FreeWatched);
   {
-    const Object<Cifra::IBlowfishAndBase64> doomed(Cifra::kBlowfishAndBase64ObjectId);
+    const Object<Cifra::IBlowfishAndBase64> doomed(Library());
     watchedObject = doomed.Base();  // its first base
     doomed->SetKey(reinterpret_cast<const std::uint8_t*>(key.data()),
                    static_cast<std::uint32_t>(key.size()));
@@ -199,8 +200,8 @@ TEST(BlowfishAndBase64ObjectKey, IsWipedBeforeItsMemoryIsFreed) {
 TEST(BlowfishAndBase64ObjectWithoutParts, Operations_Fail) {
   const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "LoadLibraryExW",
                                        &Cifra::Test::LoadNothing);
-  const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
-  ASSERT_EQ(kCifraSuccess, combined.result);
+  const Object<Cifra::IBlowfishAndBase64> combined(Library());
+  ASSERT_EQ(kCifraSuccess, combined.Result());
   wchar_t destination[64] = {};
   std::string bytes;
   EXPECT_EQ(kFailure, combined->SetKey(reinterpret_cast<const std::uint8_t*>("key"), 3));
@@ -211,7 +212,7 @@ TEST(BlowfishAndBase64ObjectWithoutParts, Operations_Fail) {
 }
 
 const Cifra::Test::ChildAction kEncodeIntoRoom(L"EncodeIntoRoom", [](const auto& arguments) {
-  const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> combined(Library());
   combined->SetKey(reinterpret_cast<const std::uint8_t*>("key"), 3);
   wchar_t destination[64];
   combined->EncodeText(L"x", destination, static_cast<std::uint32_t>(std::stoul(arguments[0])));
@@ -227,13 +228,13 @@ TEST(BlowfishAndBase64ObjectFatal, EncodeText_IntoTooSmallADestination_EndsThePr
 }
 
 const Cifra::Test::ChildAction kSetEmptyKey(L"SetEmptyKey", [](const auto&) {
-  const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> combined(Library());
   combined->SetKey(reinterpret_cast<const std::uint8_t*>(""), 0);
   return 0;
 });
 
 const Cifra::Test::ChildAction kSetNullKey(L"SetNullKey", [](const auto&) {
-  const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> combined(Library());
   combined->SetKey(nullptr, 5);
   return 0;
 });

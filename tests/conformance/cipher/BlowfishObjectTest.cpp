@@ -10,13 +10,14 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using Cifra::Test::Object;
+using Cifra::Object;
+using Cifra::Test::Library;
 
 class BlowfishObject : public testing::Test {
  protected:
@@ -36,7 +37,7 @@ class BlowfishObject : public testing::Test {
     return output;
   }
 
-  Object<Cifra::IBlowfish> blowfish{Cifra::kBlowfishObjectId};
+  Object<Cifra::IBlowfish> blowfish{Library()};
 };
 
 Bytes Counting(std::size_t length) {
@@ -190,7 +191,7 @@ const Cifra::Test::ChildAction kCipherHugeInput(L"CipherHugeInput", [](const aut
   if (!hugeMemory || !VirtualAlloc(hugeMemory, kPageBytes, MEM_COMMIT, PAGE_READWRITE)) {
     return 1;
   }
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const Object<Cifra::IBlowfish> blowfish(Library());
   const std::uint8_t key[4] = {1, 2, 3, 4};
   blowfish->SetKey(key, sizeof(key));
   AddVectoredExceptionHandler(1, &ExitWhereMemoryEnds);
@@ -216,7 +217,7 @@ TEST_F(BlowfishObject, Decrypt_OfTwoTo32AndOneBlocks_GoesOnBehindTheFirst) {
 }
 
 const Cifra::Test::ChildAction kCipherNull(L"CipherNull", [](const auto& arguments) {
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const Object<Cifra::IBlowfish> blowfish(Library());
   const std::uint8_t key[4] = {1, 2, 3, 4};
   blowfish->SetKey(key, sizeof(key));
   Bytes output;
@@ -379,7 +380,7 @@ TEST_F(BlowfishObject, Destruction_WipesBothTablesBeforeTheirMemoryIsFreed) {
   const Cifra::Test::ImportPatch patch(Cifra::Test::Library().Module(), "free", &FreeWatched);
   freedTables = {};
   {
-    const Object<Cifra::IBlowfish> doomed(Cifra::kBlowfishObjectId);
+    const Object<Cifra::IBlowfish> doomed(Library());
     doomed->SetKey(Counting(56).data(), 56);
   }
   EXPECT_EQ(2, freedTables.wiped);
@@ -388,7 +389,7 @@ TEST_F(BlowfishObject, Destruction_WipesBothTablesBeforeTheirMemoryIsFreed) {
 }
 
 const Cifra::Test::ChildAction kSetKeyOfLength(L"SetKeyOfLength", [](const auto& arguments) {
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId);
+  const Object<Cifra::IBlowfish> blowfish(Library());
   const std::uint8_t key[4] = {1, 2, 3, 4};
   blowfish->SetKey(key, std::stoi(arguments[0]));
   return 0;

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
 #include "support/CountedHeap.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 namespace {
 
@@ -37,11 +37,11 @@ Outcome Call(CifraTextCipherFunction function, const char* text, const char* key
 }
 
 Outcome Encode(const char* text, const char* key = kKey, std::int32_t size = 4096) {
-  return Call(Library().blowfishAndBase64Encode, text, key, size);
+  return Call(Library().encodeText, text, key, size);
 }
 
 Outcome Decode(const char* text, const char* key = kKey, std::int32_t size = 4096) {
-  return Call(Library().base64AndBlowfishDecode, text, key, size);
+  return Call(Library().decodeText, text, key, size);
 }
 
 TEST(CipherFunctions, Encode_OfAnEmptyText_WritesAnEmptyText) {
@@ -73,8 +73,8 @@ const Cifra::Test::ChildAction kEncodeTextOfLength(
     L"EncodeTextOfLength", [](const auto& arguments) {
       std::vector<char> destination(std::stoul(arguments[1]) + 16);
       const std::string text(std::stoul(arguments[0]), 'x');
-      return static_cast<int>(Library().blowfishAndBase64Encode(
-          text.c_str(), kKey, destination.data(), std::stoi(arguments[1])));
+      return static_cast<int>(
+          Library().encodeText(text.c_str(), kKey, destination.data(), std::stoi(arguments[1])));
     });
 
 TEST(CipherFunctions, Encode_WithoutSpaceForTheTerminator_EndsTheProcessSilently) {
@@ -106,7 +106,7 @@ TEST(CipherFunctions, Decode_OfCharactersOutsideAscii_GivesThemBack) {
 }
 
 TEST(CipherFunctions, BothFunctions_TreatOtherThanAsciiAsTheObjectDoes) {
-  const Cifra::Test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const Cifra::Object<Cifra::IBlowfishAndBase64> combined(Library());
   combined->SetKey(reinterpret_cast<const std::uint8_t*>(kKey), sizeof(kKey) - 1);
   wchar_t encoded[256] = {};
   combined->EncodeText(L"\u00E9 \u20AC \U0001F600 \u0416", encoded, 256);
@@ -125,7 +125,7 @@ TEST(CipherFunctions, Decode_OfWhatIsNotBase64_GivesSuccessAndAnEmptyText) {
 }
 
 TEST(CipherFunctions, Decode_OfALongResult_CutsItTo1023Characters) {
-  const Cifra::Test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId);
+  const Cifra::Object<Cifra::IBlowfishAndBase64> combined(Library());
   combined->SetKey(reinterpret_cast<const std::uint8_t*>(kKey), sizeof(kKey) - 1);
   std::vector<wchar_t> encoded(8192);
   combined->EncodeText(std::wstring(2000, L'y').c_str(), encoded.data(), 8192);
@@ -142,8 +142,8 @@ TEST(CipherFunctions, Decode_IntoTooSmallADestination_GivesInsufficientBuffer) {
 const Cifra::Test::ChildAction kDecodeIntoRoom(L"DecodeIntoRoom", [](const auto& arguments) {
   const std::string encoded = Encode("1234567890").text;
   std::vector<char> destination(std::stoul(arguments[0]) + 16);
-  return static_cast<int>(Library().base64AndBlowfishDecode(
-      encoded.c_str(), kKey, destination.data(), std::stoi(arguments[0])));
+  return static_cast<int>(
+      Library().decodeText(encoded.c_str(), kKey, destination.data(), std::stoi(arguments[0])));
 });
 
 TEST(CipherFunctions, Decode_IntoTenBytesForTenCharacters_EndsTheProcessSilently) {
@@ -156,8 +156,7 @@ TEST(CipherFunctions, Decode_IntoTenBytesForTenCharacters_EndsTheProcessSilently
 TEST(CipherFunctions, BothFunctions_RejectANullEmptyOrOverlongKey) {
   const std::string longestKey(56, 'k');
   const std::string overlongKey(57, 'k');
-  for (const CifraTextCipherFunction function :
-       {Library().blowfishAndBase64Encode, Library().base64AndBlowfishDecode}) {
+  for (const CifraTextCipherFunction function : {Library().encodeText, Library().decodeText}) {
     for (const char* key : {static_cast<const char*>(nullptr), "", overlongKey.c_str()}) {
       EXPECT_EQ(kCifraInvalidParameter, Call(function, "text", key).result);
     }
@@ -166,9 +165,9 @@ TEST(CipherFunctions, BothFunctions_RejectANullEmptyOrOverlongKey) {
 }
 
 TEST(CipherFunctions, BothFunctions_RejectANullDestinationThatHasASize) {
-  EXPECT_EQ(kCifraInvalidParameter, Library().blowfishAndBase64Encode("text", kKey, nullptr, 100));
-  EXPECT_EQ(kCifraInsufficientBuffer, Library().blowfishAndBase64Encode("text", kKey, nullptr, 0));
-  EXPECT_EQ(kCifraInvalidParameter, Library().base64AndBlowfishDecode("", kKey, nullptr, 100));
+  EXPECT_EQ(kCifraInvalidParameter, Library().encodeText("text", kKey, nullptr, 100));
+  EXPECT_EQ(kCifraInsufficientBuffer, Library().encodeText("text", kKey, nullptr, 0));
+  EXPECT_EQ(kCifraInvalidParameter, Library().decodeText("", kKey, nullptr, 100));
 }
 
 TEST(CipherFunctions, BothFunctions_WithoutTheCombinedObject_GiveNotFound) {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 // What the library has copied of a caller's plaintext is wiped: neither memory that it frees nor
@@ -111,7 +111,7 @@ class PlaintextWipe : public testing::Test {
     byteDestination.reserve(256);
   }
 
-  Object<IBlowfishAndBase64> combined{kBlowfishAndBase64ObjectId};
+  Object<IBlowfishAndBase64> combined{Library()};
   wchar_t encoded[256] = {};
   std::string narrowEncoded;
 };
@@ -143,7 +143,7 @@ TEST_F(PlaintextWipe, DecodeToBytes_LeavesNone) {
 }
 
 TEST_F(PlaintextWipe, LastBlockOfEncrypt_LeavesNone) {
-  const Object<IBlowfish> blowfish(kBlowfishObjectId);
+  const Object<IBlowfish> blowfish(Library());
   blowfish->SetKey(kKey, sizeof(kKey));
   static std::vector<std::uint8_t> output;
   EXPECT_FALSE(LeavesPlaintextOnItsStack([&] {
@@ -152,25 +152,21 @@ TEST_F(PlaintextWipe, LastBlockOfEncrypt_LeavesNone) {
 }
 
 TEST_F(PlaintextWipe, ExportedCipherFunctions_LeaveNone) {
-  ExpectNothingLeftBy([] { Library().blowfishAndBase64Encode(kText, "a key", destination, 256); });
+  ExpectNothingLeftBy([] { Library().encodeText(kText, "a key", destination, 256); });
   static char text[256];
   std::memcpy(text, destination, sizeof(text));
-  ExpectNothingLeftBy([] { Library().base64AndBlowfishDecode(text, "a key", destination, 256); });
+  ExpectNothingLeftBy([] { Library().decodeText(text, "a key", destination, 256); });
   EXPECT_STREQ(kText, destination);
 }
 
 TEST_F(PlaintextWipe, ExportedMd5Functions_LeaveNone) {
-  ExpectNothingLeftBy([] {
-    Library().Export<decltype(CalculateWideCharTextMd5)>("CalculateWideCharTextMd5")(kWideText,
-                                                                                     destination);
-  });
-  ExpectNothingLeftBy(
-      [] { Library().Export<decltype(CalculateTextMd5)>("CalculateTextMd5")(kText, destination); });
+  ExpectNothingLeftBy([] { Library().wideTextMd5(kWideText, destination); });
+  ExpectNothingLeftBy([] { Library().textMd5(kText, destination); });
 }
 
 TEST_F(PlaintextWipe, Md5ObjectDestroyedBeforeItsFinal_LeavesNone) {
   ExpectNothingLeftBy([] {
-    const Object<IMd5> md5(kMd5ObjectId);
+    const Object<IMd5> md5(Library());
     md5->Update(reinterpret_cast<const std::uint8_t*>(kText), sizeof(kText) - 1);
   });
 }
@@ -179,15 +175,15 @@ TEST_F(PlaintextWipe, HashFile_LeavesNoneOfTheFile) {
   const TempDirectory directory;
   const std::filesystem::path path = directory / L"file";
   std::ofstream(path) << kText;
-  const Object<IMd5> md5(kMd5ObjectId);
-  const Object<ISha256> sha256(kSha256ObjectId);
+  const Object<IMd5> md5(Library());
+  const Object<ISha256> sha256(Library());
   kx::StringT<wchar_t> digest;
   ExpectNothingLeftBy([&] { md5->HashFile(path.c_str(), digest); });
   ExpectNothingLeftBy([&] { sha256->HashFile(path.c_str(), digest); });
 }
 
 TEST_F(PlaintextWipe, Base64EncodeInPlace_LeavesNone) {
-  const Object<IBase64> base64(kBase64ObjectId);
+  const Object<IBase64> base64(Library());
   static std::string text;
   text = kText;
   text.reserve(256);

@@ -80,8 +80,8 @@ std::string Run(const Operation::Body& body) {
 // What a loaded library does once: its runtime keeps a record of the thread at the first exception,
 // and the log's client registers a hook at its first use.
 void WarmUp() {
-  const Cifra::Test::Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
-  const Cifra::Test::Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId);
+  const Cifra::Object<Cifra::IMd5> md5(Cifra::Test::Library());
+  const Cifra::Object<Cifra::IBase64> base64(Cifra::Test::Library());
   std::string refused;
   Run([&] {
     base64->Encode(nullptr, ~std::uint64_t{0}, refused, false);
@@ -104,7 +104,7 @@ struct Outcome {
 // Loads the library anew after its fatal path, whatever it still holds.
 void Reload(std::unique_ptr<Apparatus>& apparatus) {
   apparatus.reset();
-  Cifra::Test::CifraLibrary& library = Cifra::Test::Library();
+  Cifra::Library& library = Cifra::Test::Library();
   const HMODULE module = library.Module();
   library.Unload();
   while (GetModuleHandleW(L"Cifra.dll") == module) {
@@ -113,7 +113,7 @@ void Reload(std::unique_ptr<Apparatus>& apparatus) {
   while (const HMODULE log = GetModuleHandleW(L"log.dll")) {
     FreeLibrary(log);
   }
-  library = Cifra::Test::CifraLibrary();
+  library = Cifra::Test::LoadCifra();
   WarmUp();
   Ledger::Clear();
   apparatus = std::make_unique<Apparatus>();

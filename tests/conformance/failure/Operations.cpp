@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "TrustScript.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 namespace Cifra::Test {
@@ -113,10 +113,9 @@ World& TheWorld() {
 // prepared.
 template <typename I>
 std::function<Operation::Body()> On(
-    const wchar_t* id, std::function<std::string(I&)> body,
-    std::function<void(I&)> prepare = [](I&) {}) {
+    std::function<std::string(I&)> body, std::function<void(I&)> prepare = [](I&) {}) {
   return [=]() -> Operation::Body {
-    auto object = std::make_shared<Object<I>>(id);
+    auto object = std::make_shared<Object<I>>(Library());
     prepare(*object->Get());
     return [object, body] { return body(*object->Get()); };
   };
@@ -129,14 +128,12 @@ Operation Creating(const wchar_t* id, const InterfaceId& wanted, const char* nam
       void* object = nullptr;
       ~Holder() {
         if (object) {
-          Library().destroyObject(id, static_cast<IKxBaseInterface*>(object));
+          Library().destroy(id, static_cast<IKxBaseInterface*>(object));
         }
       }
     };
     auto holder = std::make_shared<Holder>(id);
-    return [holder, id, wanted] {
-      return Result(Library().createObject(id, &wanted, &holder->object));
-    };
+    return [holder, id, wanted] { return Result(Library().create(id, &wanted, &holder->object)); };
   };
   return {name, prepare, {}};
 }
@@ -144,9 +141,9 @@ Operation Creating(const wchar_t* id, const InterfaceId& wanted, const char* nam
 Operation Destroying(const wchar_t* id, const char* name) {
   const auto prepare = [=]() -> Operation::Body {
     void* object = nullptr;
-    Library().createObject(id, &IKxBaseInterface::kInterfaceId, &object);
+    Library().create(id, &IKxBaseInterface::kInterfaceId, &object);
     return [object, id] {
-      Library().destroyObject(id, static_cast<IKxBaseInterface*>(object));
+      Library().destroy(id, static_cast<IKxBaseInterface*>(object));
       return std::string("done");
     };
   };
@@ -175,7 +172,7 @@ void AddFactory(std::vector<Operation>& all) {
 void AddBlowfish(std::vector<Operation>& all) {
   const auto key = [](IBlowfish& blowfish) { blowfish.SetKey(kKey, sizeof(kKey)); };
   const auto on = [&](std::function<std::string(IBlowfish&)> body) {
-    return On<IBlowfish>(kBlowfishObjectId, std::move(body), key);
+    return On<IBlowfish>(std::move(body), key);
   };
   all.push_back({"IBlowfish::SetKey",
                  on([](IBlowfish& blowfish) {
@@ -201,7 +198,7 @@ void AddBlowfish(std::vector<Operation>& all) {
 
 void AddBase64(std::vector<Operation>& all) {
   const auto on = [](std::function<std::string(IBase64&)> body) {
-    return On<IBase64>(kBase64ObjectId, std::move(body));
+    return On<IBase64>(std::move(body));
   };
   static const std::string encoded = "VGhlIGNvbnRlbnQgdGhhdCBpcyBlbmNvZGVkLg==";
   all.push_back({"IBase64::Encode bytes",
@@ -244,7 +241,7 @@ void AddBlowfishAndBase64(std::vector<Operation>& all) {
   static std::wstring wideCipher;
   static std::string cipher;
   {
-    Object<I> object(kBlowfishAndBase64ObjectId);
+    Object<I> object(Library());
     object->SetKey(kKey, sizeof(kKey));
     wchar_t text[256];
     object->EncodeText(kWideText, text, 256);
@@ -252,8 +249,7 @@ void AddBlowfishAndBase64(std::vector<Operation>& all) {
     cipher = Narrow(text);
   }
   const auto on = [&](std::function<std::string(I&)> body) {
-    return On<I>(kBlowfishAndBase64ObjectId, std::move(body),
-                 [](I& object) { object.SetKey(kKey, sizeof(kKey)); });
+    return On<I>(std::move(body), [](I& object) { object.SetKey(kKey, sizeof(kKey)); });
   };
   all.push_back({"IBlowfishAndBase64::SetKey",
                  on([](I& object) { return Result(object.SetKey(kKey, sizeof(kKey))); }),
@@ -289,23 +285,20 @@ std::string Digest(std::uint8_t (&digest)[I::kDigestBytes]) {
 }
 
 template <typename I>
-Operation HashingFile(const wchar_t* id, const std::string& name, bool isMissing, Allowed allowed) {
-  return {name,
-          On<I>(id,
-                [=](I& hash) {
-                  Text output = kWideUnchanged;
-                  const World& world = TheWorld();
-                  const std::wstring path = (isMissing ? world.missing : world.file).wstring();
-                  const auto code = hash.HashFile(path.c_str(), output);
-                  return Result(code, Narrow(output.CStr()));
-                }),
+Operation HashingFile(const std::string& name, bool isMissing, Allowed allowed) {
+  return {name, On<I>([=](I& hash) {
+            Text output = kWideUnchanged;
+            const World& world = TheWorld();
+            const std::wstring path = (isMissing ? world.missing : world.file).wstring();
+            const auto code = hash.HashFile(path.c_str(), output);
+            return Result(code, Narrow(output.CStr()));
+          }),
           std::move(allowed), true};
 }
 
 void AddMd5(std::vector<Operation>& all) {
   const auto on = [](std::function<std::string(IMd5&)> body) {
-    return On<IMd5>(kMd5ObjectId, std::move(body),
-                    [](IMd5& md5) { md5.Update(kContent, sizeof(kContent)); });
+    return On<IMd5>(std::move(body), [](IMd5& md5) { md5.Update(kContent, sizeof(kContent)); });
   };
   all.push_back({"IMd5::Init and Update",
                  on([](IMd5& md5) {
@@ -329,13 +322,13 @@ void AddMd5(std::vector<Operation>& all) {
                    return Digest<IMd5>(digest);
                  }),
                  {}});
-  all.push_back(HashingFile<IMd5>(kMd5ObjectId, "IMd5::HashFile", false, kNoFile + kNoInnerObject));
-  all.push_back(HashingFile<IMd5>(kMd5ObjectId, "IMd5::HashFile of a missing file", true, kNoFile));
+  all.push_back(HashingFile<IMd5>("IMd5::HashFile", false, kNoFile + kNoInnerObject));
+  all.push_back(HashingFile<IMd5>("IMd5::HashFile of a missing file", true, kNoFile));
 }
 
 void AddSha256(std::vector<Operation>& all) {
   const auto on = [](std::function<std::string(ISha256&)> body) {
-    return On<ISha256>(kSha256ObjectId, std::move(body),
+    return On<ISha256>(std::move(body),
                        [](ISha256& sha256) { sha256.Update(kContent, sizeof(kContent)); });
   };
   all.push_back({"ISha256::Init and Update",
@@ -369,8 +362,8 @@ void AddSha256(std::vector<Operation>& all) {
     silently.push_back(std::string(import) + " 0 " + kZeroDigest);
   }
   silently.push_back(std::string("BCryptHashData 0 ") + kEmptyDigest);
-  all.push_back(HashingFile<ISha256>(kSha256ObjectId, "ISha256::HashFile", false,
-                                     kNoFile + kNoInnerObject + silently));
+  all.push_back(
+      HashingFile<ISha256>("ISha256::HashFile", false, kNoFile + kNoInnerObject + silently));
 }
 
 using Verification = std::function<std::string(IDigitalSignature&)>;
@@ -379,7 +372,7 @@ Operation Verifying(const std::string& name, std::vector<ScriptedSignature> sign
                     Verification body, Allowed allowed) {
   const auto prepare = [=] {
     TheWorld().script.Play(signatures);
-    return On<IDigitalSignature>(kDigitalSignatureObjectId, body)();
+    return On<IDigitalSignature>(body)();
   };
   return {name, prepare, std::move(allowed), true};
 }
@@ -441,7 +434,6 @@ void AddSignature(std::vector<Operation>& all) {
   const auto prepare = [] {
     TheWorld().script.Play({World::Signed()});
     return On<IDigitalSignature>(
-        kDigitalSignatureObjectId,
         [](IDigitalSignature& signature) {
           std::vector<Chain> chains;
           signature.GetTrustedChains(chains);
@@ -458,7 +450,7 @@ void AddSignature(std::vector<Operation>& all) {
 void AddExports(std::vector<Operation>& all) {
   static std::string cipher;
   char text[256] = {};
-  Library().blowfishAndBase64Encode(kText, "secret", text, sizeof(text));
+  Library().encodeText(kText, "secret", text, sizeof(text));
   cipher = text;
   const auto exported = [](auto call) {
     return [=]() -> Operation::Body {
@@ -470,22 +462,18 @@ void AddExports(std::vector<Operation>& all) {
     };
   };
   all.push_back({"BlowfishAndBase64Encode", exported([](char* output) {
-                   return Library().blowfishAndBase64Encode(kText, "secret", output, 256);
+                   return Library().encodeText(kText, "secret", output, 256);
                  }),
                  kUnconverted + kNoInnerObject, true});
   all.push_back({"Base64AndBlowfishDecode", exported([](char* output) {
-                   return Library().base64AndBlowfishDecode(cipher.c_str(), "secret", output, 256);
+                   return Library().decodeText(cipher.c_str(), "secret", output, 256);
                  }),
                  kUnconverted + kNoInnerObject, true});
-  all.push_back({"CalculateTextMd5", exported([](char* output) {
-                   return Library().Export<decltype(CalculateTextMd5)>("CalculateTextMd5")(kText,
-                                                                                           output);
-                 }),
+  all.push_back({"CalculateTextMd5",
+                 exported([](char* output) { return Library().textMd5(kText, output); }),
                  kUnconverted + kNoHashObject, true});
-  all.push_back({"CalculateWideCharTextMd5", exported([](char* output) {
-                   return Library().Export<decltype(CalculateWideCharTextMd5)>(
-                       "CalculateWideCharTextMd5")(kWideText, output);
-                 }),
+  all.push_back({"CalculateWideCharTextMd5",
+                 exported([](char* output) { return Library().wideTextMd5(kWideText, output); }),
                  kUnconverted + kNoHashObject +
                      Allowed{"WideCharToMultiByte 0 d41d8cd98f00b204e9800998ecf8427e"},
                  true});

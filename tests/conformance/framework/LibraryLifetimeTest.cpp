@@ -10,9 +10,10 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/ModuleHandle.h"
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 // The library is loaded and unloaded within these tests, so each runs in a process of its own where
 // nothing else holds it.
@@ -31,41 +32,36 @@ void Require(bool isTrue) {
 }
 
 template <typename Hash>
-void UseHash(const wchar_t* objectId, Cifra::Test::CifraLibrary& library) {
-  const Cifra::Test::Object<Hash> hash(objectId, library);
+void UseHash(const Cifra::Library& library) {
+  const Cifra::Object<Hash> hash(library);
   kx::StringT<wchar_t> digest;
   Require(hash->HashFile(L"md5.txt", digest) == kCifraSuccess);
   Require(hash->HashFile(L"missing", digest) != kCifraSuccess);
 }
 
 // Every object, every function, and HashFile, which creates an object of its own.
-void UseEverything(Cifra::Test::CifraLibrary& library) {
+void UseEverything(const Cifra::Library& library) {
   for (int i = 0; i < 10; ++i) {
-    const Cifra::Test::Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId,
-                                                                  library);
-    const Cifra::Test::Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId, library);
-    const Cifra::Test::Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId, library);
-    const Cifra::Test::Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId,
-                                                                  library);
-    UseHash<Cifra::IMd5>(Cifra::kMd5ObjectId, library);
-    UseHash<Cifra::ISha256>(Cifra::kSha256ObjectId, library);
+    const Cifra::Object<Cifra::IBlowfishAndBase64> combined(library);
+    const Cifra::Object<Cifra::IBase64> base64(library);
+    const Cifra::Object<Cifra::IBlowfish> blowfish(library);
+    const Cifra::Object<Cifra::IDigitalSignature> signature(library);
+    UseHash<Cifra::IMd5>(library);
+    UseHash<Cifra::ISha256>(library);
     Require(combined.Get() && base64.Get() && blowfish.Get() && signature.Get());
 
     char text[64];
-    Require(library.blowfishAndBase64Encode("text", "key", text, sizeof(text)) == kCifraSuccess);
-    Require(library.base64AndBlowfishDecode(text, "key", text, sizeof(text)) == kCifraSuccess);
-    Require(library.Export<decltype(CalculateTextMd5)>("CalculateTextMd5")("text", text) ==
-            kCifraSuccess);
-    Require(library.Export<decltype(CalculateWideCharTextMd5)>("CalculateWideCharTextMd5")(
-                L"text", text) == kCifraSuccess);
+    Require(library.encodeText("text", "key", text, sizeof(text)) == kCifraSuccess);
+    Require(library.decodeText(text, "key", text, sizeof(text)) == kCifraSuccess);
+    Require(library.textMd5("text", text) == kCifraSuccess);
+    Require(library.wideTextMd5(L"text", text) == kCifraSuccess);
   }
 }
 
 const Cifra::Test::ChildAction kUseAndUnload(L"UseAndUnload", [](const auto&) {
-  {
-    Cifra::Test::CifraLibrary library;
-    UseEverything(library);
-  }
+  Cifra::Library library = Cifra::Test::LoadCifra();
+  UseEverything(library);
+  library.Unload();
   return WhetherLoaded();
 });
 
@@ -76,16 +72,15 @@ TEST(LibraryLifetime, UseOfEveryObjectAndFunction_LeavesNoModuleReference) {
 }
 
 const Cifra::Test::ChildAction kUseOnThreadsAndUnload(L"UseOnThreadsAndUnload", [](const auto&) {
-  {
-    Cifra::Test::CifraLibrary library;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-      threads.emplace_back([&] { UseEverything(library); });
-    }
-    for (std::thread& thread : threads) {
-      thread.join();
-    }
+  Cifra::Library library = Cifra::Test::LoadCifra();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&] { UseEverything(library); });
   }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  library.Unload();
   return WhetherLoaded();
 });
 
@@ -96,11 +91,9 @@ TEST(LibraryLifetime, UseOnEightThreads_LeavesNoModuleReference) {
 
 const Cifra::Test::ChildAction kLoadAgain(L"LoadAgain", [](const auto&) {
   for (int i = 0; i < 20; ++i) {
-    Cifra::Test::CifraLibrary library;
-    const Cifra::Test::Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId, library);
-    if (base64.result != kCifraSuccess) {
-      return 2;
-    }
+    Cifra::Library library = Cifra::Test::LoadCifra();
+    Require(Cifra::Object<Cifra::IBase64>(library).Result() == kCifraSuccess);
+    library.Unload();
   }
   return WhetherLoaded();
 });
@@ -138,12 +131,11 @@ void WINAPI RememberDeleted(LPCRITICAL_SECTION section) {
 }
 
 const Cifra::Test::ChildAction kWatchUnload(L"WatchUnload", [](const auto&) {
-  {
-    Cifra::Test::CifraLibrary library;
-    // Never undone: the patched module is unloaded.
-    new Cifra::Test::ImportPatch(library.Module(), "free", &PrintFreed);
-    new Cifra::Test::ImportPatch(library.Module(), "DeleteCriticalSection", &RememberDeleted);
-  }
+  Cifra::Library library = Cifra::Test::LoadCifra();
+  // Never undone: the patched module is unloaded.
+  new Cifra::Test::ImportPatch(library.Module(), "free", &PrintFreed);
+  new Cifra::Test::ImportPatch(library.Module(), "DeleteCriticalSection", &RememberDeleted);
+  library.Unload();
   std::fflush(stdout);
   return WhetherLoaded();
 });
@@ -221,7 +213,7 @@ const Cifra::Test::ChildAction kWatchLoading(L"WatchLoading", [](const auto&) {
                                                            "LdrRegisterDllNotification");
   void* cookie = nullptr;
   Require(listen && listen(0, &WatchCifra, nullptr, &cookie) == 0);
-  Require(LoadLibraryW(Cifra::Test::CifraLibrary::FileUnderTest().c_str()));
+  Require(LoadLibraryW(Cifra::Test::FileUnderTest().c_str()));
   std::fflush(stdout);
   std::_Exit(0);
   return 0;
@@ -237,7 +229,7 @@ TEST(LibraryLifetime, Loading_MakesTheRegistryAndTakesIdentifiersInOrder) {
 }
 
 TEST(LibraryLifetime, EntryPoint_AnswersEveryReasonWithTrue) {
-  const Cifra::Test::CifraLibrary library;
+  const Cifra::Library library = Cifra::Test::LoadCifra();
   const auto* const base = reinterpret_cast<const char*>(library.Module());
   const auto* const dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
   const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 #include "support/ProgramArguments.h"
 #include "support/TempDirectory.h"
 
@@ -45,10 +45,10 @@ HMODULE WINAPI RecordLoad(LPCWSTR file, HANDLE reserved, DWORD flags) {
 // The host: loads the library from the given file, encodes a text with it, and prints the result,
 // the text and every load that the library attempted, one per line.
 const Cifra::Test::ChildAction kEncodeAsHost(L"EncodeAsHost", [](const auto& arguments) {
-  Cifra::Test::CifraLibrary library(arguments[0]);
+  const Cifra::Library library = Cifra::Test::LoadCifra(arguments[0]);
   const ImportPatch patch(library.Module(), "LoadLibraryExW", &RecordLoad);
   char text[64] = "";
-  const std::uint32_t result = library.blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  const std::uint32_t result = library.encodeText("text", "key", text, sizeof(text));
   std::printf("%u %s\n", static_cast<unsigned>(result), text);
   for (const std::string& call : loaderCalls) {
     std::printf("%s\n", call.c_str());
@@ -70,7 +70,7 @@ class ModuleLoader : public testing::Test {
   }
 
   fs::path PutLibrary(const fs::path& file) {
-    fs::copy_file(Cifra::Test::CifraLibrary::FileUnderTest(), file);
+    fs::copy_file(Cifra::Test::FileUnderTest(), file);
     return file;
   }
   void PutStandIn(const wchar_t* name, const fs::path& file) {
@@ -148,7 +148,7 @@ TEST_F(ModuleLoader, LibraryPathOfMoreThan260Characters_IsNotSearched) {
   ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
   const fs::path own = deep / L"Cifra.dll";
   ASSERT_GT(own.wstring().size(), 264u);
-  ASSERT_TRUE(CopyFileW(Cifra::Test::CifraLibrary::FileUnderTest().c_str(), own.c_str(), TRUE));
+  ASSERT_TRUE(CopyFileW(Cifra::Test::FileUnderTest().c_str(), own.c_str(), TRUE));
   EXPECT_EQ(kNotFound, Encode(own).front());
   PutLibrary(host.parent_path() / L"Cifra.dll");
   EXPECT_EQ(kFound, Encode(own).front());
@@ -173,7 +173,7 @@ FARPROC WINAPI OnAnOlderSystem(HMODULE module, LPCSTR name) {
 TEST(ModuleLoaderFlags, KnowTheSafeSearch_OnSystemsThatHaveIt) {
   const ImportPatch patch(Library().Module(), "LoadLibraryExW", &RecordFlags);
   char text[64];
-  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(kCifraSuccess, Library().encodeText("text", "key", text, sizeof(text)));
   EXPECT_EQ(0x1100u, loadFlags);
 }
 
@@ -181,7 +181,7 @@ TEST(ModuleLoaderFlags, AlterTheSearchPath_OnSystemsWithoutSetDefaultDllDirector
   const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordFlags);
   const ImportPatch find(Library().Module(), "GetProcAddress", &OnAnOlderSystem);
   char text[64];
-  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(kCifraSuccess, Library().encodeText("text", "key", text, sizeof(text)));
   EXPECT_EQ(0x8u, loadFlags);
 }
 
@@ -206,7 +206,7 @@ std::vector<std::string> PathsTriedUnderAHostPathOf(std::size_t length) {
   const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
   loaderCalls.clear();
   char text[64];
-  EXPECT_EQ(kCifraSuccess, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(kCifraSuccess, Library().encodeText("text", "key", text, sizeof(text)));
   return loaderCalls;
 }
 
@@ -220,8 +220,7 @@ TEST(ModuleLoaderHostPath, OfUpTo259Characters_LeadsToItsDirectory) {
     const std::vector<std::string> tried = PathsTriedUnderAHostPathOf(length);
     ASSERT_LE(2u, tried.size()) << length;
     EXPECT_EQ(LoadFrom(hostPath.substr(0, length - 6)), tried[0]);
-    EXPECT_EQ(LoadFrom(Cifra::Test::CifraLibrary::FileUnderTest().parent_path().wstring()),
-              tried[1]);
+    EXPECT_EQ(LoadFrom(Cifra::Test::FileUnderTest().parent_path().wstring()), tried[1]);
   }
 }
 
@@ -240,7 +239,7 @@ TEST(ModuleLoaderPath, ThatIsNotRelative_IsLoadedAsItIsAndNothingElse) {
   const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
   loaderCalls.clear();
   char text[64];
-  Library().blowfishAndBase64Encode("text", "key", text, sizeof(text));
+  Library().encodeText("text", "key", text, sizeof(text));
   ASSERT_LE(1u, loaderCalls.size());
   for (const std::string& call : loaderCalls) {
     EXPECT_EQ("load 1100 Cifra.dll", call);
@@ -257,7 +256,7 @@ TEST(ModuleLoaderPath, ThatCannotBeTold_LeavesTheBareFileName) {
   const ImportPatch load(Library().Module(), "LoadLibraryExW", &RecordLoad);
   loaderCalls.clear();
   char text[64];
-  EXPECT_EQ(kCifraNotFound, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(kCifraNotFound, Library().encodeText("text", "key", text, sizeof(text)));
   EXPECT_EQ((std::vector<std::string>{"load 1100 Cifra.dll", "load 1100 Cifra.dll"}), loaderCalls);
 }
 
@@ -314,7 +313,7 @@ std::vector<std::string> CallsWith(std::map<std::string, void*> exports,
   const ImportPatch lastError(Library().Module(), "GetLastError", &RecordLastError);
   calls.clear();
   char text[64];
-  EXPECT_EQ(expectedResult, Library().blowfishAndBase64Encode("text", "key", text, sizeof(text)));
+  EXPECT_EQ(expectedResult, Library().encodeText("text", "key", text, sizeof(text)));
   return calls;
 }
 
@@ -326,8 +325,8 @@ void* Address(Function* function) {
 using Calls = std::vector<std::string>;
 
 TEST(ModuleLoaderRelease, OfAnObject_DestroysItAndThenFreesTheLibrary) {
-  realCreate = Library().createObject;
-  realDestroy = Library().destroyObject;
+  realCreate = Library().create;
+  realDestroy = Library().destroy;
   EXPECT_EQ((Calls{"find KxCreateObject", "find KxDestroyObject", "find KxCreateObject",
                    "find KxDestroyObject", "find KxCreateObject", "find KxDestroyObject",
                    "destroy Cifra.BowfishAndBase64", "destroy Cifra.Base64", "free",

@@ -7,7 +7,7 @@
 #include "Cifra/Library.h"
 #include "Cifra/Object.h"
 #include "support/ChildProcess.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/ProgramArguments.h"
 
 namespace Cifra::Test {
@@ -17,7 +17,7 @@ std::wstring BesideThisProgram(const wchar_t* fileName) {
   return (ProgramFile().parent_path() / fileName).wstring();
 }
 
-std::wstring LoadedLibrary() { return CifraLibrary::FileUnderTest().wstring(); }
+std::wstring LoadedLibrary() { return FileUnderTest().wstring(); }
 
 template <typename Interface>
 bool CanBeMade(const Cifra::Library& library) {
@@ -51,6 +51,7 @@ TEST(ObjectTest, WithoutALibraryThereIsNoObject) {
   const Cifra::Library library(BesideThisProgram(L"no such.dll"));
   EXPECT_FALSE(library);
   EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, library.Error());
+  EXPECT_EQ(nullptr, library.MissingExport());
   const Cifra::Object<IMd5> object(library);
   EXPECT_FALSE(object);
   EXPECT_EQ(nullptr, object.Get());
@@ -62,11 +63,11 @@ int made = 0;
 int destroyed = 0;
 std::uint32_t CountedCreate(const wchar_t* id, const InterfaceId* iid, void** result) {
   ++made;
-  return Test::Library().createObject(id, iid, result);
+  return Test::Library().create(id, iid, result);
 }
 void CountedDestroy(const wchar_t* id, IKxBaseInterface* object) {
   ++destroyed;
-  Test::Library().destroyObject(id, object);
+  Test::Library().destroy(id, object);
 }
 
 TEST(ObjectTest, AnObjectThatMovesIsDestroyedOnce) {
@@ -97,6 +98,7 @@ TEST(LibraryTest, AFileWithoutTheExportsIsRefusedAndUnloaded) {
   const Cifra::Library library(BesideThisProgram(L"OtherCifraWithoutDestroy.dll"));
   EXPECT_FALSE(library);
   EXPECT_EQ(DWORD{ERROR_PROC_NOT_FOUND}, library.Error());
+  EXPECT_STREQ("KxDestroyObject", library.MissingExport());
   EXPECT_EQ(nullptr, library.create);
   EXPECT_EQ(nullptr, GetModuleHandleW(L"OtherCifraWithoutDestroy.dll"));
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/Slots.h"
 
 // Calls every operation by its slot number in the object's table, like a caller that knows nothing
@@ -11,20 +11,21 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
+using Cifra::Object;
 using Cifra::Test::CallSlot;
-using Cifra::Test::Object;
+using Cifra::Test::Library;
 
 const Bytes kKey = {1, 2, 3, 4, 5};
 const Bytes kPlain = {'p', 'l', 'a', 'i', 'n', '!', '!', '!'};
 
 TEST(Slots, OfTheBaseInterface_HoldQueryInterface) {
-  const Object<Cifra::IBase64> object(Cifra::kBase64ObjectId);
+  const Object<Cifra::IBase64> object(Library());
   const InterfaceId iid = Cifra::IBase64::kInterfaceId;
   EXPECT_EQ(object.Get(), CallSlot<void*>(object.Base(), 0, &iid));
 }
 
 TEST(Slots, OfBlowfish_HoldSetKeyEncryptAndDecrypt) {
-  const Object<Cifra::IBlowfish> object(Cifra::kBlowfishObjectId);
+  const Object<Cifra::IBlowfish> object(Library());
   Bytes encrypted;
   Bytes decrypted;
   CallSlot<void>(object.Get(), 0, kKey.data(), std::int32_t{5});
@@ -35,7 +36,7 @@ TEST(Slots, OfBlowfish_HoldSetKeyEncryptAndDecrypt) {
 }
 
 TEST(Slots, OfBase64_HoldBothEncodesTheSizeAndBothDecodes) {
-  const Object<Cifra::IBase64> object(Cifra::kBase64ObjectId);
+  const Object<Cifra::IBase64> object(Library());
   std::string text;
   CallSlot<void>(object.Get(), 0, kPlain.data(), std::uint64_t{8}, &text, true);
   EXPECT_EQ("cGxhaW4hISE=", text);
@@ -53,7 +54,7 @@ TEST(Slots, OfBase64_HoldBothEncodesTheSizeAndBothDecodes) {
 }
 
 TEST(Slots, OfBlowfishAndBase64_AreSetKeyEncodeAndTwoDecodes) {
-  const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> object(Library());
   EXPECT_EQ(1u, CallSlot<std::uint32_t>(object.Get(), 0, kKey.data(), std::uint32_t{5}));
   wchar_t encoded[64] = {};
   EXPECT_EQ(1u,

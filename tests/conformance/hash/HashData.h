@@ -14,12 +14,10 @@ namespace Cifra::Test {
 // The hash object classes, for tests that apply to both.
 struct Md5Kind {
   using Interface = Cifra::IMd5;
-  static constexpr const wchar_t* kObjectId = Cifra::kMd5ObjectId;
   static constexpr const char* kHashFileName = "Md5ObjectImplementation::HashFile";
 };
 struct Sha256Kind {
   using Interface = Cifra::ISha256;
-  static constexpr const wchar_t* kObjectId = Cifra::kSha256ObjectId;
   static constexpr const char* kHashFileName = "Sha256ObjectImplementation::HashFile";
 };
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::size_t PeakWorkingSet() {
 TEST(HashFileLarge, FiveGigabytes_AreHashedInFlatMemory) {
   const Cifra::Test::TempDirectory directory;
   MakeSparseFile(directory / L"zeros", kFileBytes);
-  const Cifra::Test::Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
+  const Cifra::Object<Cifra::IMd5> md5(Cifra::Test::Library());
   kx::StringT<wchar_t> output;
   const std::size_t before = PeakWorkingSet();
   ASSERT_EQ(kCifraSuccess, md5->HashFile((directory / L"zeros").c_str(), output));

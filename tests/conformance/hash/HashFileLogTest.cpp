@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 // The order in which HashFile logs, allocates and opens, and whose error code it returns. The log
@@ -75,7 +75,7 @@ class HashFileLog : public testing::Test {
     const ImportPatch write(module, "GetProcAddress", &FindLogWrite);
     const ImportPatch allocate(module, "malloc", &RecordBuffer);
     const ImportPatch open(module, "CreateFileW", &RecordOpen);
-    const Object<typename Kind::Interface> hash(Kind::kObjectId);
+    const Object<typename Kind::Interface> hash(Library());
     kx::StringT<wchar_t> digest;
     events.clear();
     const std::uint32_t result = hash->HashFile(path.c_str(), digest);

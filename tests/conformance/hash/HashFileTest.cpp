@@ -11,21 +11,21 @@
 #include <vector>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
 #include "support/CountedHeap.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 // HashFile of both hash objects.
 namespace {
 
 namespace fs = std::filesystem;
+using Cifra::Object;
 using Cifra::Test::BytesOf;
 using Cifra::Test::HashString;
 using Cifra::Test::HashStringOf;
 using Cifra::Test::ImportPatch;
 using Cifra::Test::Library;
-using Cifra::Test::Object;
 
 constexpr DWORD kPieceBytes = 4'194'304;
 constexpr wchar_t kEarlierContent[] = L"earlier content";
@@ -137,7 +137,7 @@ class HashFile : public testing::Test {
 
   // The digest of a file of this size from Cifra::Test::WriteFileOfSize.
   std::string ExpectedDigest(std::size_t size) {
-    const Object<typename Kind::Interface> another(Kind::kObjectId);
+    const Object<typename Kind::Interface> another(Library());
     return HashStringOf(*another.Get(), BytesOf(Cifra::Test::ContentOfSize(size)));
   }
 
@@ -147,7 +147,7 @@ class HashFile : public testing::Test {
   }
 
   Cifra::Test::TempDirectory directory;
-  Object<typename Kind::Interface> hash{Kind::kObjectId};
+  Object<typename Kind::Interface> hash{Library()};
 };
 
 using Kinds = testing::Types<Cifra::Test::Md5Kind, Cifra::Test::Sha256Kind>;
@@ -316,7 +316,7 @@ TYPED_TEST(HashFile, FilesOnTwoThreads_DoNotDisturbEachOther) {
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < 2; ++i) {
     threads.emplace_back([&, i] {
-      const Object<typename TypeParam::Interface> own(TypeParam::kObjectId);
+      const Object<typename TypeParam::Interface> own(Library());
       kx::StringT<wchar_t> output;
       own->HashFile(paths[i].c_str(), output);
       digests[i] = Cifra::Test::Narrow(output);

@@ -4,27 +4,27 @@
 #include <thread>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
 #include "support/CountedHeap.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TestData.h"
 
 // Tests that apply to both hash objects.
 namespace {
 
+using Cifra::Object;
 using Cifra::Test::Bytes;
 using Cifra::Test::BytesOf;
 using Cifra::Test::HashString;
 using Cifra::Test::HashStringOf;
 using Cifra::Test::KnownDigest;
 using Cifra::Test::Library;
-using Cifra::Test::Object;
 
 template <typename Kind>
 class HashObject : public testing::Test {
  protected:
   using Interface = typename Kind::Interface;
 
-  Object<Interface> hash{Kind::kObjectId};
+  Object<Interface> hash{Library()};
 };
 
 using Kinds = testing::Types<Cifra::Test::Md5Kind, Cifra::Test::Sha256Kind>;
@@ -32,7 +32,7 @@ TYPED_TEST_SUITE(HashObject, Kinds);
 
 TYPED_TEST(HashObject, NewObject_IsReady) {
   EXPECT_EQ(KnownDigest<TypeParam>("prefix", 0), HashString(*this->hash.Get()));
-  const Object<typename TypeParam::Interface> another(TypeParam::kObjectId);
+  const Object<typename TypeParam::Interface> another(Library());
   const Cifra::Test::Messages messages;
   another->Update(messages.Prefix(3).data(), 3);
   EXPECT_EQ(KnownDigest<TypeParam>("prefix", 3), HashString(*another.Get()));
@@ -49,12 +49,12 @@ TYPED_TEST(HashObject, QueryInterface_AnswersTheBaseAndTheIdentifierThatBothShar
   EXPECT_EQ(nullptr, base->QueryInterface(Cifra::IBlowfish::kInterfaceId));
 
   void* created = nullptr;
-  ASSERT_EQ(kCifraSuccess, Library().createObject(TypeParam::kObjectId, &kShared, &created));
+  ASSERT_EQ(kCifraSuccess, Library().create(TypeParam::Interface::kObjectId, &kShared, &created));
   auto* const made = static_cast<typename TypeParam::Interface*>(created);
   EXPECT_EQ(KnownDigest<TypeParam>("prefix", 0), HashString(*made));
   // The service interface comes first in the object, the base interface second.
-  Library().destroyObject(TypeParam::kObjectId,
-                          reinterpret_cast<IKxBaseInterface*>(static_cast<void**>(created) + 1));
+  Library().destroy(TypeParam::Interface::kObjectId,
+                    reinterpret_cast<IKxBaseInterface*>(static_cast<void**>(created) + 1));
 }
 
 TYPED_TEST(HashObject, Operations_StandInTheirSlots) {
@@ -141,7 +141,7 @@ TYPED_TEST(HashObject, ObjectsOfEightThreads_DoNotDisturbEachOther) {
   std::vector<std::thread> threads;
   for (std::string& result : results) {
     threads.emplace_back([&] {
-      const Object<typename TypeParam::Interface> own(TypeParam::kObjectId);
+      const Object<typename TypeParam::Interface> own(Library());
       std::minstd_rand random(1);
       UpdateInPieces(*own.Get(), BytesOf(message), random);
       result = HashString(*own.Get());
@@ -158,7 +158,7 @@ TYPED_TEST(HashObject, ObjectsOfEightThreads_DoNotDisturbEachOther) {
 TYPED_TEST(HashObject, DestroyedObject_LeaksNoMemory) {
   const Cifra::Test::CountedHeap heap;
   {
-    const Object<typename TypeParam::Interface> another(TypeParam::kObjectId);
+    const Object<typename TypeParam::Interface> another(Library());
     EXPECT_GT(heap.LiveBlocks(), 0);
     HashStringOf(*another.Get(), BytesOf("abc"));
   }
@@ -167,7 +167,7 @@ TYPED_TEST(HashObject, DestroyedObject_LeaksNoMemory) {
 
 TYPED_TEST(HashObject, DestroyUnderTheOtherIdentifier_LeavesItAlive) {
   const bool isMd5 = std::is_same_v<TypeParam, Cifra::Test::Md5Kind>;
-  Library().destroyObject(isMd5 ? Cifra::kSha256ObjectId : Cifra::kMd5ObjectId, this->hash.Base());
+  Library().destroy(isMd5 ? Cifra::kSha256ObjectId : Cifra::kMd5ObjectId, this->hash.Base());
   EXPECT_EQ(KnownDigest<TypeParam>("prefix", 0), HashString(*this->hash.Get()));
 }
 

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <string>
 
-#include "support/CifraLibrary.h"
 #include "support/CountedHeap.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TestData.h"
 
 namespace {
@@ -18,9 +18,8 @@ constexpr std::size_t kOutputBytes = 33;
 constexpr char kUntouched = 'u';
 constexpr char kEmptyDigest[] = "d41d8cd98f00b204e9800998ecf8427e";
 
-const auto calculateTextMd5 = Library().Export<decltype(CalculateTextMd5)>("CalculateTextMd5");
-const auto calculateWideCharTextMd5 =
-    Library().Export<decltype(CalculateWideCharTextMd5)>("CalculateWideCharTextMd5");
+const auto calculateTextMd5 = Library().textMd5;
+const auto calculateWideCharTextMd5 = Library().wideTextMd5;
 
 // Calls one of the two functions and returns the text that it wrote.
 template <typename Function, typename Text>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TestData.h"
 
 namespace {
@@ -13,7 +13,7 @@ using Cifra::Test::ReadVectors;
 
 class Md5Object : public testing::Test {
  protected:
-  Cifra::Test::Object<Cifra::IMd5> md5{Cifra::kMd5ObjectId};
+  Cifra::Object<Cifra::IMd5> md5{Cifra::Test::Library()};
 };
 
 TEST_F(Md5Object, Rfc1321Vectors_Agree) {

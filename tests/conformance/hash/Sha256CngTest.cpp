@@ -3,8 +3,9 @@
 #include <cstdlib>
 
 #include "CngScript.h"
+#include "foundation/ModuleHandle.h"
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/ProgramArguments.h"
 #include "support/TempDirectory.h"
 
@@ -12,10 +13,11 @@
 // the library, which then uses the bcrypt.dll in the process.
 namespace {
 
+using Cifra::Object;
 using Cifra::Test::CngScript;
 using Cifra::Test::kInvalidHandle;
+using Cifra::Test::Library;
 using Cifra::Test::Narrow;
-using Cifra::Test::Object;
 
 constexpr std::int32_t kFailure = static_cast<std::int32_t>(0xC0000001);
 
@@ -72,7 +74,7 @@ class Sha256Cng : public testing::Test {
 
 TEST_F(Sha256Cng, Object_MakesTheCallsOfAHashAndGivesItsHandlesBack) {
   {
-    const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+    const Object<Cifra::ISha256> sha256(Library());
     EXPECT_EQ(kStarted, Calls());
     EXPECT_EQ(0, sha256->Update(byte, 1));
     EXPECT_EQ("BCryptHashData hash 1 0\n", Calls());
@@ -84,7 +86,7 @@ TEST_F(Sha256Cng, Object_MakesTheCallsOfAHashAndGivesItsHandlesBack) {
 }
 
 TEST_F(Sha256Cng, Init_GivesBothHandlesBackAndStartsAnew) {
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   Calls();
   EXPECT_EQ(0, sha256->Init());
   EXPECT_EQ(std::string(kReleased) + kStarted, Calls());
@@ -95,7 +97,7 @@ TEST_F(Sha256Cng, Init_GivesBothHandlesBackAndStartsAnew) {
 TEST_F(Sha256Cng, FailedOpen_MakesOperationsReturnTheServicesStatus) {
   Fail("BCryptOpenAlgorithmProvider");
   {
-    const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+    const Object<Cifra::ISha256> sha256(Library());
     ASSERT_NE(nullptr, sha256.Get());
     EXPECT_EQ(kInvalidHandle, Update(*sha256.Get()));
     EXPECT_EQ(kInvalidHandle, sha256->Final(digest));
@@ -109,7 +111,7 @@ TEST_F(Sha256Cng, FailedOpen_MakesOperationsReturnTheServicesStatus) {
 TEST_F(Sha256Cng, FailedCreate_MakesOperationsReturnTheServicesStatus) {
   Fail("BCryptCreateHash");
   {
-    const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+    const Object<Cifra::ISha256> sha256(Library());
     ASSERT_NE(nullptr, sha256.Get());
     EXPECT_EQ(kInvalidHandle, Update(*sha256.Get()));
     EXPECT_EQ(kInvalidHandle, sha256->Final(digest));
@@ -122,7 +124,7 @@ TEST_F(Sha256Cng, FailedCreate_MakesOperationsReturnTheServicesStatus) {
 
 TEST_F(Sha256Cng, ServiceThatRecovers_IsUsedFromTheNextInitOn) {
   Fail("BCryptCreateHash");
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   *script = {nullptr, 0, script->openAlgorithms, script->openHashes};
   EXPECT_EQ(kInvalidHandle, Update(*sha256.Get()));
   EXPECT_EQ(0, sha256->Init());
@@ -131,13 +133,13 @@ TEST_F(Sha256Cng, ServiceThatRecovers_IsUsedFromTheNextInitOn) {
 
 TEST_F(Sha256Cng, HashDataThatFails_IsReturnedByUpdate) {
   Fail("BCryptHashData");
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   EXPECT_EQ(kFailure, Update(*sha256.Get()));
 }
 
 TEST_F(Sha256Cng, FinishThatFails_IsReturnedByFinalAndGivesATextOfZeros) {
   Fail("BCryptFinishHash");
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   EXPECT_EQ(kFailure, sha256->Final(digest));
   EXPECT_EQ(kZeroDigest, Cifra::Test::HashString(*sha256.Get()));
 }
@@ -146,7 +148,7 @@ TEST_F(Sha256Cng, CloseAndDestroyThatFail_DoNotStopTheObjectsEnd) {
   for (const char* call : {"BCryptDestroyHash", "BCryptCloseAlgorithmProvider"}) {
     {
       Fail(call);
-      const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+      const Object<Cifra::ISha256> sha256(Library());
       Calls();
     }
     EXPECT_EQ(kReleased, Calls()) << call;
@@ -156,7 +158,7 @@ TEST_F(Sha256Cng, CloseAndDestroyThatFail_DoNotStopTheObjectsEnd) {
 }
 
 TEST_F(Sha256Cng, GetHashStringAgainWithoutInit_IsRefusedAndGivesATextOfZeros) {
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   EXPECT_EQ(kScriptedDigest, Cifra::Test::HashString(*sha256.Get()));
   EXPECT_EQ(kZeroDigest, Cifra::Test::HashString(*sha256.Get()));
   EXPECT_EQ(kInvalidHandle, sha256->Final(digest));
@@ -166,7 +168,7 @@ TEST_F(Sha256Cng, GetHashStringAgainWithoutInit_IsRefusedAndGivesATextOfZeros) {
 TEST_F(Sha256Cng, HashFile_UsesAHashOfItsOwnAndGivesItBack) {
   const Cifra::Test::TempDirectory directory;
   Cifra::Test::WriteFileOfSize(directory / L"file", 10);
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   Calls();
   kx::StringT<wchar_t> output;
   EXPECT_EQ(kCifraSuccess, sha256->HashFile((directory / L"file").c_str(), output));
@@ -181,7 +183,7 @@ TEST_F(Sha256Cng, HashFileWithAFailingService_ReturnsSuccessAndZeros) {
   const Cifra::Test::TempDirectory directory;
   Cifra::Test::WriteFileOfSize(directory / L"file", 10);
   Fail("BCryptOpenAlgorithmProvider");
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
+  const Object<Cifra::ISha256> sha256(Library());
   ASSERT_NE(nullptr, sha256.Get());
   kx::StringT<wchar_t> output;
   EXPECT_EQ(kCifraSuccess, sha256->HashFile((directory / L"file").c_str(), output));

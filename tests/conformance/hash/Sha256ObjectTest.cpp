@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "hash/HashData.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TestData.h"
 
 namespace {
@@ -71,7 +71,7 @@ class Sha256Object : public testing::Test {
     return Bytes(std::begin(digest), std::end(digest));
   }
 
-  Cifra::Test::Object<Cifra::ISha256> sha256{Cifra::kSha256ObjectId};
+  Cifra::Object<Cifra::ISha256> sha256{Cifra::Test::Library()};
 };
 
 TEST_F(Sha256Object, Fips180Vectors_Agree) {
@@ -130,16 +130,11 @@ TEST_F(Sha256Object, Abc_GivesItsDigestInUpperCase) {
 }
 
 TEST_F(Sha256Object, AskedForTheMd5Identifier_YieldsItsOwnInterface) {
-  void* created = nullptr;
-  ASSERT_EQ(kCifraSuccess, Cifra::Test::Library().createObject(
-                               Cifra::kSha256ObjectId, &IKxBaseInterface::kInterfaceId, &created));
-  auto* const base = static_cast<IKxBaseInterface*>(created);
   auto* const md5View =
-      static_cast<Cifra::ISha256*>(base->QueryInterface(Cifra::IMd5::kInterfaceId));
+      static_cast<Cifra::ISha256*>(sha256.Base()->QueryInterface(Cifra::IMd5::kInterfaceId));
   ASSERT_NE(nullptr, md5View);
   EXPECT_EQ("E3B0C44298FC1C149AFBF4C8996FB92427AE41E4649B934CA495991B7852B855",
             HashString(*md5View));
-  Cifra::Test::Library().destroyObject(Cifra::kSha256ObjectId, base);
 }
 
 TEST_F(Sha256Object, InitAfterFinal_MakesTheObjectReadyAgain) {

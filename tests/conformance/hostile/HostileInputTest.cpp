@@ -8,16 +8,17 @@
 #include <thread>
 #include <vector>
 
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 // Input of the largest and oddest kinds, and use without pause. CIFRA_HOSTILE_SECONDS makes the
 // latter longer than a second.
 namespace {
 
-using Cifra::Test::CifraLibrary;
+using Cifra::Object;
+using Cifra::Test::FileUnderTest;
 using Cifra::Test::Library;
-using Cifra::Test::Object;
+using Cifra::Test::LoadCifra;
 using Text = kx::StringT<wchar_t>;
 
 constexpr std::size_t kTenMillion = 10'000'000;
@@ -45,7 +46,7 @@ std::vector<NamedText> OddTexts() {
 }
 
 TEST(HostileInput, OddTexts_ComeBackOrAreReplaced) {
-  const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> object(Library());
   object->SetKey(kKey, sizeof(kKey));
   for (const NamedText& odd : OddTexts()) {
     std::vector<wchar_t> encoded(8 * odd.text.size() + 64);
@@ -66,7 +67,7 @@ TEST(HostileInput, OddTexts_ComeBackOrAreReplaced) {
 }
 
 TEST(HostileInput, TenMillionCharacters_ComeBackWhole) {
-  const Object<Cifra::IBlowfishAndBase64> object(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> object(Library());
   object->SetKey(kKey, sizeof(kKey));
   const std::wstring text(kTenMillion, L'x');
   std::vector<wchar_t> encoded(kTenMillion / 3 * 4 + 64);
@@ -81,17 +82,16 @@ TEST(HostileInput, TenMillionCharacters_ComeBackWhole) {
 TEST(HostileInput, OddNamesOfObjects_AreUnknown) {
   for (const NamedText& odd : OddTexts()) {
     void* object = &object;
-    EXPECT_EQ(1168u,
-              Library().createObject(odd.text.c_str(), &IKxBaseInterface::kInterfaceId, &object))
+    EXPECT_EQ(1168u, Library().create(odd.text.c_str(), &IKxBaseInterface::kInterfaceId, &object))
         << odd.name;
     EXPECT_EQ(nullptr, object) << odd.name;
   }
 }
 
 TEST(HostileInput, OddNamesOfFiles_GiveAnErrorAndLeaveTheOutput) {
-  const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
-  const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+  const Object<Cifra::IMd5> md5(Library());
+  const Object<Cifra::ISha256> sha256(Library());
+  const Object<Cifra::IDigitalSignature> signature(Library());
   for (const NamedText& odd : OddTexts()) {
     Text output = L"unchanged";
     EXPECT_NE(0u, md5->HashFile(odd.text.c_str(), output)) << odd.name;
@@ -116,7 +116,7 @@ TEST(HostileInput, BrokenPrograms_AreOpenedAndNotTrusted) {
                                      beyond, inside, inside + std::string(100'000, '\xFF')}) {
     const auto file = directory / L"broken.exe";
     std::ofstream(file, std::ios::binary) << content;
-    const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+    const Object<Cifra::IDigitalSignature> signature(Library());
     EXPECT_EQ(0u, signature->VerifyFile(file.wstring().c_str(), false)) << content.size();
     EXPECT_FALSE(signature->IsSigned(file.wstring().c_str(), false)) << content.size();
   }
@@ -124,12 +124,12 @@ TEST(HostileInput, BrokenPrograms_AreOpenedAndNotTrusted) {
 
 // What a thread does over and over with objects of its own; false when something is wrong.
 bool UseAllObjects() {
-  const Object<Cifra::IBlowfishAndBase64> cipher(Cifra::kBlowfishAndBase64ObjectId);
+  const Object<Cifra::IBlowfishAndBase64> cipher(Library());
   wchar_t encoded[64];
   wchar_t decoded[64];
-  const Object<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
-  const Object<Cifra::ISha256> sha256(Cifra::kSha256ObjectId);
-  const Object<Cifra::IDigitalSignature> signature(Cifra::kDigitalSignatureObjectId);
+  const Object<Cifra::IMd5> md5(Library());
+  const Object<Cifra::ISha256> sha256(Library());
+  const Object<Cifra::IDigitalSignature> signature(Library());
   Text md5Digest;
   Text sha256Digest;
   md5->GetHashString(md5Digest);
@@ -163,16 +163,15 @@ TEST(HostileInput, EightThreadsWithObjectsOfTheirOwn_AreServed) {
 }
 
 TEST(HostileInput, LoadingAndUnloadingAgainAndAgain_Works) {
-  const std::filesystem::path file = CifraLibrary::FileUnderTest();
+  const std::filesystem::path file = FileUnderTest();
   const Cifra::Test::TempDirectory directory;
   const auto copy = directory / L"Copied.dll";
   std::filesystem::copy_file(file, copy);
   for (int i = 0; i < 100 * Seconds(); ++i) {
-    CifraLibrary library(copy);
+    Cifra::Library library = LoadCifra(copy);
     void* object = nullptr;
-    ASSERT_EQ(
-        0u, library.createObject(Cifra::kBase64ObjectId, &IKxBaseInterface::kInterfaceId, &object));
-    library.destroyObject(Cifra::kBase64ObjectId, static_cast<IKxBaseInterface*>(object));
+    ASSERT_EQ(0u, library.create(Cifra::kBase64ObjectId, &IKxBaseInterface::kInterfaceId, &object));
+    library.destroy(Cifra::kBase64ObjectId, static_cast<IKxBaseInterface*>(object));
     library.Unload();
     ASSERT_EQ(nullptr, GetModuleHandleW(copy.c_str())) << i;
   }

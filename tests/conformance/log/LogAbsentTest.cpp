@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 // The library where there is no log.dll.
 namespace Cifra::Test {
@@ -50,17 +50,16 @@ TEST(LogAbsent, AfterTheSearchForTheLog_NothingIsTouched) {
   const ImportPatch freeing(module, "FreeLibrary", &RecordFreed);
   const ImportPatch open(module, "CreateFileW", &RecordOpened);
   const std::vector<std::wstring> search = {
-      L"find 0 log.dll",
-      L"load " + CifraLibrary::FileUnderTest().replace_filename(L"log.dll").wstring()};
+      L"find 0 log.dll", L"load " + FileUnderTest().replace_filename(L"log.dll").wstring()};
   calls.clear();
   {
-    const Object<IMd5> md5(kMd5ObjectId);
+    const Object<IMd5> md5(Library());
     EXPECT_EQ(search, calls);
     kx::StringT<wchar_t> digest;
     md5->Update(reinterpret_cast<const std::uint8_t*>("abc"), 3);
     md5->GetHashString(digest);
     EXPECT_STREQ(L"900150983CD24FB0D6963F7D28E17F72", digest.CStr());
-    const Object<ISha256> sharing(kSha256ObjectId);
+    const Object<ISha256> sharing(Library());
   }
   EXPECT_EQ(search, calls);
 }

@@ -6,6 +6,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "foundation/ModuleHandle.h"
 #include "foundation/logging/CLogDLL.h"
 #include "foundation/logging/CTraceScope.h"
 #include "log/LogHost.h"

@@ -6,7 +6,7 @@
 #include <cstdio>
 
 #include "LogRecord.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/ProgramArguments.h"
 
 namespace Cifra::Test {
@@ -28,7 +28,7 @@ void Copy(const fs::path& from, const fs::path& to) {
 
 LogHost::LogHost() {
   Copy(ProgramFile(), directory / kProgram);
-  Copy(CifraLibrary::FileUnderTest(), directory / kLibrary);
+  Copy(FileUnderTest(), directory / kLibrary);
 }
 
 void LogHost::PutLog(const fs::path& where) {

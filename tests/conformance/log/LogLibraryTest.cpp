@@ -8,24 +8,26 @@
 #include <thread>
 
 #include "LogRecord.h"
+#include "foundation/ModuleHandle.h"
 #include "hash/HashData.h"
 #include "log/LogHost.h"
-#include "support/CifraLibrary.h"
 #include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 // The library's use of log.dll, as log.dll sees it.
 namespace {
 
 namespace fs = std::filesystem;
+using Cifra::Object;
 using Cifra::Test::ChildAction;
-using Cifra::Test::CifraLibrary;
+using Cifra::Test::FileUnderTest;
 using Cifra::Test::ImportPatch;
 using Cifra::Test::kLogBegins;
 using Cifra::Test::kLogEnds;
 using Cifra::Test::kLogIsGone;
 using Cifra::Test::kLogIsLoaded;
+using Cifra::Test::LoadCifra;
 using Cifra::Test::LogHost;
-using Cifra::Test::Object;
 using Cifra::Test::operator+;
 using Lines = std::vector<std::string>;
 using Md5 = Object<Cifra::IMd5>;
@@ -59,12 +61,13 @@ class LogLibrary : public testing::Test {
 // Each scenario is an action of the host and the test that runs it.
 
 const ChildAction kOneObject(L"OneObject", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
-  {
-    const Object<IKxBaseInterface> object(arguments[0].c_str(), library);
-    Cifra::Test::PrintLog();
-    Cifra::Test::PrintWhetherLogIsLoaded();
-  }
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
+  const wchar_t* const id = arguments[0].c_str();
+  void* object = nullptr;
+  library.create(id, &IKxBaseInterface::kInterfaceId, &object);
+  Cifra::Test::PrintLog();
+  Cifra::Test::PrintWhetherLogIsLoaded();
+  library.destroy(id, static_cast<IKxBaseInterface*>(object));
   Cifra::Test::PrintLog();
   Cifra::Test::PrintWhetherLogIsLoaded();
   return 0;
@@ -81,10 +84,10 @@ TEST_F(LogLibrary, OneObject_LoadsAndInitialisesTheLogAndUnloadsItInOrder) {
 }
 
 const ChildAction kOverlappingObjects(L"OverlappingObjects", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   for (int i = 0; i < 2; ++i) {
-    std::optional<Md5> first(std::in_place, Cifra::kMd5ObjectId, library);
-    std::optional<Sha256> second(std::in_place, Cifra::kSha256ObjectId, library);
+    std::optional<Md5> first(std::in_place, library);
+    std::optional<Sha256> second(std::in_place, library);
     first.reset();
     Cifra::Test::PrintLog();
     Cifra::Test::PrintWhetherLogIsLoaded();
@@ -102,10 +105,10 @@ TEST_F(LogLibrary, OverlappingObjects_ShareOneLogUntilTheLastIsDestroyed) {
 }
 
 const ChildAction kObjectsThatDoNotLog(L"ObjectsThatDoNotLog", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
-  const Object<Cifra::IBase64> base64(Cifra::kBase64ObjectId, library);
-  const Object<Cifra::IBlowfish> blowfish(Cifra::kBlowfishObjectId, library);
-  const Object<Cifra::IBlowfishAndBase64> combined(Cifra::kBlowfishAndBase64ObjectId, library);
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
+  const Object<Cifra::IBase64> base64(library);
+  const Object<Cifra::IBlowfish> blowfish(library);
+  const Object<Cifra::IBlowfishAndBase64> combined(library);
   Cifra::Test::PrintWhetherLogIsLoaded();
   return 0;
 });
@@ -116,10 +119,10 @@ TEST_F(LogLibrary, ObjectsThatDoNotLog_LoadNoLog) {
 }
 
 const ChildAction kHashFiles(L"HashFiles", [](const auto& paths) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
-    const Sha256 sha256(Cifra::kSha256ObjectId, library);
+    const Md5 md5(library);
+    const Sha256 sha256(library);
     for (const std::wstring& path : paths) {
       HashFile(md5, path);
       HashFile(sha256, path);
@@ -159,14 +162,14 @@ BOOL WINAPI FailToRead(HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED) {
 }
 
 const ChildAction kFailingReads(L"FailingReads", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch patch(library.Module(), "ReadFile", &FailToRead);
   if (arguments[1] != L"") {
     Cifra::Test::SetErrorLeftByLogWrite(std::stoul(arguments[1]));
   }
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
-    const Sha256 sha256(Cifra::kSha256ObjectId, library);
+    const Md5 md5(library);
+    const Sha256 sha256(library);
     HashFile(md5, arguments[0]);
     HashFile(sha256, arguments[0]);
   }
@@ -197,8 +200,8 @@ TEST_F(LogLibrary, ReadThatFails_ReturnsTheErrorThatIsThereAfterLogging) {
 }
 
 const ChildAction kArguments(L"Arguments", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
-  const Md5 md5(Cifra::kMd5ObjectId, library);
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
+  const Md5 md5(library);
   HashFile(md5, L"\u0416\u00E9\u20AC");
   for (const Cifra::Test::LogEntry& entry : Cifra::Test::TakeLogEntries()) {
     if (entry.exportName == "LogWrite") {
@@ -220,11 +223,11 @@ TEST_F(LogLibrary, Messages_CarryTheFormatItsArgumentsAndTheWritingModule) {
 }
 
 const ChildAction kTextFunctions(L"TextFunctions", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   char digest[33];
-  library.Export<decltype(CalculateTextMd5)>("CalculateTextMd5")("abc", digest);
+  library.textMd5("abc", digest);
   Cifra::Test::PrintLog();
-  library.Export<decltype(CalculateWideCharTextMd5)>("CalculateWideCharTextMd5")(L"abc", digest);
+  library.wideTextMd5(L"abc", digest);
   Cifra::Test::PrintLog();
   return 0;
 });
@@ -249,10 +252,10 @@ FARPROC WINAPI RecordLookup(HMODULE module, LPCSTR name) {
 }
 
 const ChildAction kLookups(L"Lookups", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch patch(library.Module(), "GetProcAddress", &RecordLookup);
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
+    const Md5 md5(library);
   }
   for (const std::string& name : lookedUp) {
     std::printf("%s\n", name.c_str());
@@ -298,9 +301,9 @@ TEST_F(LogLibrary, LogWithoutOneOfItsExports_IsUsedForTheRest) {
 
 const ChildAction kHostsOwnLog(L"HostsOwnLog", [](const auto& arguments) {
   kx::ModuleHandle hosts(LoadLibraryW(arguments[0].c_str()));
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
+    const Md5 md5(library);
   }
   Cifra::Test::PrintLog();
   Cifra::Test::PrintWhetherLogIsLoaded();
@@ -320,9 +323,9 @@ TEST_F(LogLibrary, LogLoadedByTheHost_IsUsedAndStaysLoaded) {
 }
 
 const ChildAction kLibraryElsewhere(L"LibraryElsewhere", [](const auto& arguments) {
-  CifraLibrary library(arguments[0]);
+  const Cifra::Library library = LoadCifra(arguments[0]);
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
+    const Md5 md5(library);
   }
   Cifra::Test::PrintLog();
   Cifra::Test::PrintWhetherLogIsLoaded();
@@ -332,7 +335,7 @@ const ChildAction kLibraryElsewhere(L"LibraryElsewhere", [](const auto& argument
 TEST_F(LogLibrary, LogInTheHostsDirectoryOnly_IsNotLoaded) {
   const fs::path elsewhere = host.Directory() / "elsewhere";
   fs::create_directories(elsewhere);
-  fs::copy_file(CifraLibrary::FileUnderTest(), elsewhere / "Cifra.dll");
+  fs::copy_file(FileUnderTest(), elsewhere / "Cifra.dll");
   host.PutLog();
   const ChildAction::Arguments arguments = {(elsewhere / "Cifra.dll").wstring()};
   EXPECT_EQ(Lines{kLogIsGone}, host.Run(L"LibraryElsewhere", arguments));
@@ -347,8 +350,7 @@ TEST_F(LogLibrary, LogNextToALibraryWithALongPath_IsLoaded) {
   const fs::path deep = outer / longName;
   ASSERT_TRUE(CreateDirectoryW(outer.c_str(), nullptr));
   ASSERT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
-  ASSERT_TRUE(
-      CopyFileW(CifraLibrary::FileUnderTest().c_str(), (deep / L"Cifra.dll").c_str(), TRUE));
+  ASSERT_TRUE(CopyFileW(FileUnderTest().c_str(), (deep / L"Cifra.dll").c_str(), TRUE));
   host.PutLog();
   ASSERT_TRUE(
       CopyFileW((host.Directory() / L"log.dll").c_str(), (deep / L"log.dll").c_str(), TRUE));
@@ -375,7 +377,7 @@ DWORD WINAPI NameModuleWithoutDirectory(HMODULE, LPWSTR buffer, DWORD size) {
 }
 
 const ChildAction kNoLog(L"NoLog", [](const auto& arguments) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   const ImportPatch load(library.Module(), "LoadLibraryW", &RecordLoad);
   std::optional<ImportPatch> name;
   if (arguments[1] == L"no path") {
@@ -384,9 +386,9 @@ const ChildAction kNoLog(L"NoLog", [](const auto& arguments) {
     name.emplace(library.Module(), "GetModuleFileNameW", &NameModuleWithoutDirectory);
   }
   {
-    const Md5 md5(Cifra::kMd5ObjectId, library);
+    const Md5 md5(library);
     name.reset();
-    const Sha256 sha256(Cifra::kSha256ObjectId, library);
+    const Sha256 sha256(library);
     HashFile(md5, arguments[0]);
     HashFile(sha256, arguments[0]);
     HashFile(md5, L"missing");
@@ -423,12 +425,12 @@ constexpr int kThreads = 8;
 constexpr int kRounds = 25;
 
 const ChildAction kEightThreads(L"EightThreads", [](const auto&) {
-  CifraLibrary library(Cifra::Test::LibraryInProgramDirectory());
+  const Cifra::Library library = LoadCifra(Cifra::Test::LibraryInProgramDirectory());
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&library, i] {
       for (int round = 0; round < kRounds; ++round) {
-        const Md5 md5(Cifra::kMd5ObjectId, library);
+        const Md5 md5(library);
         const std::wstring path = std::to_wstring(i) + L" " + std::to_wstring(round);
         kx::StringT<wchar_t> digest;
         md5->HashFile(path.c_str(), digest);

@@ -9,9 +9,10 @@
 #include <vector>
 
 #include "TrustScript.h"
+#include "foundation/ModuleHandle.h"
 #include "signature/SignatureLog.h"
 #include "signature/SignatureResults.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 namespace Cifra::Test {
@@ -81,7 +82,7 @@ class ScriptedWalk : public testing::Test {
   std::filesystem::path file = directory / L"file.bin";
   TrustScript script;
   EventObserver observer{script};
-  Object<Cifra::IDigitalSignature> object{Cifra::kDigitalSignatureObjectId};
+  Object<Cifra::IDigitalSignature> object{Library()};
   kx::List<Cifra::Chain> chains;
   Lines log;
 };

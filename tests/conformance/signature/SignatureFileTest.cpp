@@ -11,14 +11,15 @@
 // Signed files, verified by the platform itself.
 namespace {
 
+using Cifra::Object;
 using Cifra::Test::Bytes;
 using Cifra::Test::Content;
 using Cifra::Test::Fixture;
 using Cifra::Test::kNoSignature;
 using Cifra::Test::kTrusted;
 using Cifra::Test::kUnknownForm;
+using Cifra::Test::Library;
 using Cifra::Test::NameMap;
-using Cifra::Test::Object;
 using Cifra::Test::Write;
 
 #ifdef CIFRA_LONG_RUNS
@@ -72,7 +73,7 @@ TEST_F(SignatureFile, ObjectsOfEightThreads_DoNotDisturbEachOther) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 8; ++i) {
     threads.emplace_back([&files, i] {
-      const Object<Cifra::IDigitalSignature> own(Cifra::kDigitalSignatureObjectId);
+      const Object<Cifra::IDigitalSignature> own(Library());
       const bool isSigned = i % 2 == 0;
       for (int round = 0; round < 3; ++round) {
         kx::List<Cifra::Chain> found;
@@ -125,7 +126,7 @@ TEST_F(SignatureFile, EveryKindOfSignedFile_NamesItsPrimarySigner) {
 // Each file is verified by an object of its own.
 void VerifyInTurn(const std::vector<std::filesystem::path>& files, int times) {
   for (int i = 0; i < times; ++i) {
-    Object<Cifra::IDigitalSignature> fresh(Cifra::kDigitalSignatureObjectId);
+    Object<Cifra::IDigitalSignature> fresh(Library());
     fresh->VerifyFile(files[static_cast<std::size_t>(i) % files.size()].wstring().c_str(), false);
   }
 }

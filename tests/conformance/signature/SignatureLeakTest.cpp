@@ -7,7 +7,8 @@
 // That the library itself keeps nothing of a verification, on whatever path it went.
 namespace {
 
-using Cifra::Test::Object;
+using Cifra::Object;
+using Cifra::Test::Library;
 using Cifra::Test::ScriptedSignature;
 
 #ifdef CIFRA_LONG_RUNS
@@ -47,7 +48,7 @@ class SignatureLeak : public Cifra::Test::ScriptedWalk {
 
   void Verify(const std::vector<ScriptedSignature>& signatures) {
     script.Play(signatures);
-    Object<Cifra::IDigitalSignature> fresh(Cifra::kDigitalSignatureObjectId);
+    Object<Cifra::IDigitalSignature> fresh(Library());
     fresh->SetObserver(&observer);
     kx::List<Cifra::Chain> result;
     fresh->GetDigitalSignature(file.wstring().c_str(), result, true);

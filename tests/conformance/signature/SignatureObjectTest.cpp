@@ -9,7 +9,8 @@
 // The verification object's contract, apart from the walk over the signatures.
 namespace {
 
-using Cifra::Test::Object;
+using Cifra::Object;
+using Cifra::Test::Library;
 using Cifra::Test::ScriptedSignature;
 
 constexpr LONG kUntrusted = static_cast<LONG>(0x800B0109);
@@ -125,7 +126,7 @@ TEST_F(SignatureObject, OnlineCheck_AllowsASecondAttemptInEveryOperation) {
     offline.results = {kOffline, 0};
 
     script.Play({offline});
-    Object<Cifra::IDigitalSignature> verifying(Cifra::kDigitalSignatureObjectId);
+    Object<Cifra::IDigitalSignature> verifying(Library());
     EXPECT_EQ(0u, verifying->VerifyFile(file.wstring().c_str(), onlineCheck));
     EXPECT_EQ(attempts, Attempts());
     std::vector<Cifra::Chain> trusted;
@@ -133,7 +134,7 @@ TEST_F(SignatureObject, OnlineCheck_AllowsASecondAttemptInEveryOperation) {
     EXPECT_EQ(onlineCheck ? 1u : 0u, trusted.size());
 
     script.Play({offline});
-    Object<Cifra::IDigitalSignature> asking(Cifra::kDigitalSignatureObjectId);
+    Object<Cifra::IDigitalSignature> asking(Library());
     EXPECT_EQ(onlineCheck, asking->IsSigned(file.wstring().c_str(), onlineCheck));
     EXPECT_EQ(attempts, Attempts());
   }
@@ -162,7 +163,7 @@ TEST_F(SignatureObject, IsSigned_StaysTrueForLaterFilesOfTheSameObject) {
   PlayUntrusted();
   EXPECT_TRUE(IsSigned(file));
   EXPECT_FALSE(IsSigned(directory / L"missing.exe"));
-  Object<Cifra::IDigitalSignature> fresh(Cifra::kDigitalSignatureObjectId);
+  Object<Cifra::IDigitalSignature> fresh(Library());
   EXPECT_FALSE(fresh->IsSigned(file.wstring().c_str(), false));
 }
 
@@ -215,7 +216,7 @@ TEST_F(SignatureObject, GetTrustedChains_GivesAnExactCopy) {
 }
 
 TEST_F(SignatureObject, Objects_ShareNothing) {
-  Object<Cifra::IDigitalSignature> other(Cifra::kDigitalSignatureObjectId);
+  Object<Cifra::IDigitalSignature> other(Library());
   script.Play({Signed()});
   Verify(file);
   std::vector<Cifra::Chain> trusted(1);

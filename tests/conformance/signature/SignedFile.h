@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "signature/SignatureResults.h"
-#include "support/CifraLibrary.h"
+#include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
 namespace Cifra::Test {
@@ -61,7 +61,7 @@ class SignedFile : public testing::Test {
   }
 
   ResultObserver observer;
-  Object<Cifra::IDigitalSignature> object{Cifra::kDigitalSignatureObjectId};
+  Object<Cifra::IDigitalSignature> object{Library()};
   kx::List<Cifra::Chain> chains;
 };
 

@@ -7,7 +7,7 @@
 #include <map>
 #include <memory>
 
-#include "CifraLibrary.h"
+#include "LibraryUnderTest.h"
 #include "ProgramArguments.h"
 
 namespace Cifra::Test {
@@ -36,7 +36,7 @@ std::wstring CommandLine(const std::filesystem::path& program, const std::wstrin
                          const ChildAction::Arguments& arguments) {
   std::wstring line = Quoted(program).substr(1);
   line += Quoted(kActionPrefix + action);
-  line += Quoted(L"--dll=" + CifraLibrary::FileUnderTest().wstring());
+  line += Quoted(L"--dll=" + FileUnderTest().wstring());
   line += Quoted(L"--argumentCount=" + std::to_wstring(arguments.size()));
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     line += Quoted(ArgumentPrefix(i) + arguments[i]);

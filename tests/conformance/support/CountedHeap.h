@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CifraLibrary.h"
 #include "ImportPatch.h"
+#include "LibraryUnderTest.h"
 
 namespace Cifra::Test {
 
