@@ -49,8 +49,9 @@ def test_the_table_of_options_is_that_of_the_help(cifra, command):
 
 def test_every_command_has_its_table(cifra):
     overview = cifra.succeed("--help").text
-    commands = re.findall(r"^  (\w+) +[A-Z]", overview.split("Commands:" if "Commands:" in overview else "Subcommands:")[1], re.M)
-    assert commands and sorted(COMMANDS) == sorted(commands)
+    commands = re.findall(r"^  (\w+) +([A-Z].*?)\r?$", re.split("(?:Sub|C)ommands:", overview)[1], re.M)
+    assert commands == re.findall(r"^cifra (\w+) +([A-Z].*)$", PAGE.read_text(), re.M)
+    assert sorted(COMMANDS) == sorted(name for name, _ in commands)
 
 
 def examples():
@@ -110,3 +111,12 @@ def test_the_examples_run_and_give_what_the_page_shows(filled, program):
             answer = (result.text + result.error).replace("\r\n", "\n").splitlines()
             wanted, given = as_shown(section, expected, answer)
             assert wanted == given, command
+
+
+def test_the_demo_gives_what_the_readme_shows(filled):
+    key = re.search(r"printf '([^']*)' >key.bin", (ROOT / "scripts/demo").read_text())[1]
+    filled.write("key.bin", key.encode())
+    shown = re.findall(r"^> cifra (.*)\n(.*)$", (ROOT / "README.md").read_text(), re.M)
+    assert [shlex.split(command)[0] for command, _ in shown] == ["encrypt", "decrypt"]
+    for command, expected in shown:
+        assert filled.succeed(*shlex.split(command)).text.replace("\r\n", "\n").rstrip("\n") == expected
