@@ -2,12 +2,15 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/ChildProcess.h"
 #include "support/LibraryUnderTest.h"
 #include "support/TempDirectory.h"
 
@@ -16,6 +19,7 @@
 namespace {
 
 using Cifra::Object;
+using Cifra::Test::ChildAction;
 using Cifra::Test::FileUnderTest;
 using Cifra::Test::Library;
 using Cifra::Test::LoadCifra;
@@ -139,6 +143,66 @@ bool UseAllObjects() {
          cipher->DecodeText(encoded, decoded, 64) == 1 && std::wstring(L"a text") == decoded &&
          std::wstring(L"D41D8CD98F00B204E9800998ECF8427E") == md5Digest.CStr() &&
          sha256Digest.Length() == 64 && signature->VerifyFile(L"missing", false) != 0;
+}
+
+struct HandleCloser {
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using UniqueHandle = std::unique_ptr<void, HandleCloser>;
+
+// Both know a child that is ready, and the parent's sign to begin, by the name they were given.
+UniqueHandle ReadyChildren(const std::wstring& name) {
+  return UniqueHandle(CreateSemaphoreW(nullptr, 0, 2, (name + L"-ready").c_str()));
+}
+UniqueHandle SignToBegin(const std::wstring& name) {
+  return UniqueHandle(CreateEventW(nullptr, TRUE, FALSE, (name + L"-begin").c_str()));
+}
+
+// Uses the library for a while, and reads a file that the other child reads too. Prints the rounds.
+const ChildAction kUseTheLibrary(L"UseTheLibrary", [](const ChildAction::Arguments& arguments) {
+  const std::wstring& file = arguments[1];
+  const Object<Cifra::ISha256> sha256(Library());
+  const UniqueHandle begin = SignToBegin(arguments[0]);
+  ReleaseSemaphore(ReadyChildren(arguments[0]).get(), 1, nullptr);
+  WaitForSingleObject(begin.get(), INFINITE);
+  int rounds = 0;
+  const ULONGLONG end = GetTickCount64() + 1000u * static_cast<unsigned>(Seconds());
+  do {
+    Text digest;
+    if (!UseAllObjects() || sha256->HashFile(file.c_str(), digest) != 0 || digest.Length() != 64) {
+      return 1;
+    }
+    ++rounds;
+  } while (GetTickCount64() < end);
+  std::printf("%d\n", rounds);
+  return 0;
+});
+
+TEST(HostileInput, TwoProcessesAtOnce_AreServed) {
+  const Cifra::Test::TempDirectory directory;
+  const auto file = directory / L"read by both";
+  std::ofstream(file, std::ios::binary) << std::string(1'000'000, 'x');
+  const std::wstring name = L"cifra-" + std::to_wstring(GetCurrentProcessId());
+  const UniqueHandle ready = ReadyChildren(name);
+  const UniqueHandle begin = SignToBegin(name);
+  Cifra::Test::ChildResult results[2];
+  std::vector<std::thread> parents;
+  for (Cifra::Test::ChildResult& result : results) {
+    parents.emplace_back(
+        [&] { result = Cifra::Test::RunChild(L"UseTheLibrary", {name, file.wstring()}); });
+  }
+  constexpr DWORD kPatience = 60'000;  // milliseconds
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(ready.get(), kPatience)) << i;
+  }
+  SetEvent(begin.get());
+  for (std::thread& parent : parents) {
+    parent.join();
+  }
+  for (const Cifra::Test::ChildResult& result : results) {
+    EXPECT_EQ(0u, result.exitCode) << result.output;
+    EXPECT_GE(std::atoi(result.output.c_str()), 1) << result.output;
+  }
 }
 
 TEST(HostileInput, EightThreadsWithObjectsOfTheirOwn_AreServed) {
