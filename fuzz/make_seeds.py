@@ -26,6 +26,25 @@ def digest_lines():
             yield f"{mark}{hash_name.upper()} ({escaped}) = {digest}".encode()
 
 
+def value(tag, content):
+    length = len(content)
+    if length >= 128:
+        digits = length.to_bytes((length.bit_length() + 7) // 8, "big")
+        return bytes([tag, 128 + len(digits)]) + digits + content
+    return bytes([tag, length]) + content
+
+
+def encoded_values():
+    identifier = value(0x06, bytes.fromhex("2b06010401823702010c"))
+    times = [value(0x17, b"241231235959Z"), value(0x18, b"20241231235959.123Z")]
+    algorithm = value(0x30, identifier + value(0x05, b""))
+    yield from (identifier, *times, algorithm)
+    yield value(0x30, algorithm + value(0x31, b"".join(times)) + value(0x04, content(300)))
+    yield value(0x30, value(0xA0, value(0x80, b"\0n\0a\0m\0e")) + value(0xA1, value(0x80, b"link")))
+    yield value(0x06, b"\x88" + b"\xff" * 8 + b"\x7f")
+    yield b"\x30\x84\xff\xff\xff\xff"
+
+
 SEEDS = {
     "Base64Fuzz": lambda: (content(n) for n in LENGTHS),
     "Base64ObjectFuzz": lambda: (base64.b64encode(content(n)) + b"\0" * 4 for n in LENGTHS),
@@ -35,6 +54,7 @@ SEEDS = {
     "ChecksumFuzz": lambda: (line + bytes([0, 0, mode, 0, 0]) for line in digest_lines() for mode in (0, 1)),
     "ClientTextFuzz": lambda: (base64.encodebytes(content(n)) for n in LENGTHS),
     "CollectionsFuzz": lambda: (content(n) + bytes([mode]) for n in LENGTHS for mode in (0, 1)),
+    "DerFuzz": encoded_values,
     "Md5Fuzz": lambda: (content(n) for n in LENGTHS),
     "NameFuzz": lambda: (content(n)[:300] + b"\\x" + content(60) for n in LENGTHS),
     "StringFuzz": lambda: (content(n) for n in LENGTHS),
