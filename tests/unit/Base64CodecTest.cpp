@@ -137,15 +137,23 @@ TEST(Base64Codec, Buffers_AreReadAndWrittenToTheirEndsOnly) {
 }
 
 TEST(Base64Codec, TheKernelOfThisProcessor_GivesWhatAllGive) {
-  const Bytes message = FromText("any bytes, longer than what one step of a kernel takes at once");
-  std::string text(Base64Codec::EncodedLength(message.size(), true), '\0');
-  Base64Codec::Encode(message.data(), message.size(), text.data(), true);
-  EXPECT_EQ(Encode(message, true), text);
-  const std::string whole = text.substr(0, message.size() / 3 * 4);
-  Bytes decoded(whole.size() / 4 * 3);
-  EXPECT_TRUE(Base64Codec::Decode(whole.data(), whole.size(), decoded.data()));
-  EXPECT_EQ(Bytes(message.begin(), message.end() - static_cast<std::ptrdiff_t>(message.size() % 3)),
-            decoded);
+  Random random(4);
+  for (std::size_t length = 0; length <= kLongestMessage; ++length) {
+    const Bytes message = random.NextBytes(length);
+    for (const bool addPadding : {false, true}) {
+      std::string text(Base64Codec::EncodedLength(length, addPadding), '\0');
+      Base64Codec::Encode(message.data(), length, text.data(), addPadding);
+      EXPECT_EQ(Encode(message, addPadding), text) << length << " bytes";
+    }
+    std::string text = Reference::Base64Encode(message, false);
+    Bytes decoded(length);
+    EXPECT_TRUE(Base64Codec::Decode(text.data(), text.size(), decoded.data()));
+    EXPECT_EQ(message, decoded) << length << " bytes";
+    if (length > 0) {
+      text.back() = '.';
+      EXPECT_FALSE(Base64Codec::Decode(text.data(), text.size(), decoded.data()));
+    }
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "cipher/Base64Kernel.h"
 #include "cipher/BlowfishKernel.h"
 #include "hash/Md5Kernel.h"
+#include "processor/Cpuid.h"
 #include "processor/KernelRules.h"
 
 namespace Cifra::Test {
@@ -37,6 +38,100 @@ TEST(KernelRules, ChosenKernel_IsUsable) {
   EXPECT_TRUE(KernelRules::Chosen(KernelRules::kBlowfish).isUsable());
   EXPECT_TRUE(KernelRules::Chosen(KernelRules::kMd5).isUsable());
 }
+
+constexpr bool Never() { return false; }
+
+TEST(KernelRules, Chosen_IsTheFirstThatIsUsableAndFaster) {
+  constexpr KernelRule kRules[] = {{"not usable", Never, KernelRules::Always},
+                                   {"not faster", KernelRules::Always, Never},
+                                   {"first", KernelRules::Always, KernelRules::Always},
+                                   {"second", KernelRules::Always, KernelRules::Always}};
+  EXPECT_STREQ("first", KernelRules::Chosen(kRules).name);
+  EXPECT_FALSE(KernelRules::IsChosen(kRules[0]));
+  EXPECT_FALSE(KernelRules::IsChosen(kRules[1]));
+}
+
+#if defined(__x86_64__) || defined(_M_X64)
+namespace Features = CpuFeatures;
+
+constexpr std::uint32_t kVectors = Features::kAvx2 | Features::kAvx512 | Features::kVbmi;
+constexpr std::uint32_t kSpeed = Features::kFastGathers | Features::kFastVectorRotation;
+constexpr std::uint32_t kAll = Features::kKnown | Features::kSsse3 | kVectors | kSpeed;
+
+// A processor that has everything: an Intel server since Sapphire Rapids.
+Features::CpuidAnswers Everything() {
+  Features::CpuidAnswers answers;
+  answers.vendor = {0x20, 0x756E6547, 0x6C65746E, 0x49656E69};  // "GenuineIntel"
+  answers.base.ecx = 1u << 9 | 1u << 27 | 1u << 28;
+  answers.extensions = {1, 1u << 5 | 1u << 16 | 1u << 17 | 1u << 30 | 1u << 31, 1u << 1,
+                        1u << 23 | 1u << 24};
+  answers.moreExtensions.eax = 1u << 4;
+  answers.xcr0 = 0xE7;
+  return answers;
+}
+
+struct Change {
+  const char* name;
+  void (*make)(Features::CpuidAnswers& answers);
+  std::uint32_t lost;
+};
+
+const Change kChanges[] = {
+    {"nothing", [](auto&) {}, 0},
+    {"no SSSE3", [](auto& answers) { answers.base.ecx &= ~(1u << 9); }, Features::kSsse3},
+    {"no XSAVE", [](auto& answers) { answers.base.ecx &= ~(1u << 27); }, kVectors | kSpeed},
+    {"no AVX", [](auto& answers) { answers.base.ecx &= ~(1u << 28); }, kVectors | kSpeed},
+    {"no AVX2", [](auto& answers) { answers.extensions.ebx &= ~(1u << 5); }, kVectors | kSpeed},
+    {"no XMM saved", [](auto& answers) { answers.xcr0 &= ~2u; }, kVectors | kSpeed},
+    {"no YMM saved", [](auto& answers) { answers.xcr0 &= ~4u; }, kVectors | kSpeed},
+    {"no masks saved", [](auto& answers) { answers.xcr0 &= ~0x20u; },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no low ZMM saved", [](auto& answers) { answers.xcr0 &= ~0x40u; },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no high ZMM saved", [](auto& answers) { answers.xcr0 &= ~0x80u; },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no AVX-512 F", [](auto& answers) { answers.extensions.ebx &= ~(1u << 16); },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no AVX-512 DQ", [](auto& answers) { answers.extensions.ebx &= ~(1u << 17); },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no AVX-512 BW", [](auto& answers) { answers.extensions.ebx &= ~(1u << 30); },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no AVX-512 VL", [](auto& answers) { answers.extensions.ebx &= ~(1u << 31); },
+     Features::kAvx512 | Features::kVbmi | Features::kFastVectorRotation},
+    {"no VBMI", [](auto& answers) { answers.extensions.ecx = 0; }, Features::kVbmi},
+    {"another maker", [](auto& answers) { answers.vendor.ebx ^= 1; }, kSpeed},
+    {"another maker still", [](auto& answers) { answers.vendor.ecx ^= 1; }, kSpeed},
+    {"and another", [](auto& answers) { answers.vendor.edx ^= 1; }, kSpeed},
+    {"tiles only",
+     [](auto& answers) {
+       answers.extensions.edx = 1u << 24;
+       answers.moreExtensions.eax = 0;
+     },
+     0},
+    {"FP16 only",
+     [](auto& answers) {
+       answers.extensions.edx = 1u << 23;
+       answers.moreExtensions.eax = 0;
+     },
+     0},
+    {"AVX-VNNI only", [](auto& answers) { answers.extensions.edx = 0; }, 0},
+    {"none of the three",
+     [](auto& answers) {
+       answers.extensions.edx = 0;
+       answers.moreExtensions.eax = ~(1u << 4);
+     },
+     Features::kFastGathers},
+    {"hybrid", [](auto& answers) { answers.extensions.edx |= 1u << 15; }, Features::kFastGathers},
+};
+
+TEST(CpuFeatures, EachAnswer_TakesAwayWhatDependsOnIt) {
+  for (const Change& change : kChanges) {
+    Features::CpuidAnswers answers = Everything();
+    change.make(answers);
+    EXPECT_EQ(kAll & ~change.lost, Features::FeaturesOf(answers)) << change.name;
+  }
+}
+#endif
 
 #if defined(__x86_64__) && defined(__GNUC__)
 // The compiler's own look at the processor is the second opinion, so that no kernel is left out of

@@ -123,6 +123,44 @@ TYPED_TEST(StringT, Move_TakesTheBufferOver) {
   EXPECT_EQ(Letters<TypeParam>(10), TextOf(assigned));
 }
 
+TYPED_TEST(StringT, MoveOfAnUnsetString_LeavesBothUnset) {
+  String<TypeParam> string;
+  const String<TypeParam> moved = std::move(string);
+  EXPECT_EQ(0u, moved.Capacity());
+  String<TypeParam> assigned(Letters<TypeParam>(5).c_str());
+  assigned = String<TypeParam>();
+  EXPECT_EQ(0u, assigned.Capacity());
+}
+
+TYPED_TEST(StringT, MoveToItself_DoesNothing) {
+  String<TypeParam> string(Letters<TypeParam>(5).c_str());
+  String<TypeParam>& same = string;
+  string = std::move(same);
+  EXPECT_EQ(Letters<TypeParam>(5), TextOf(string));
+}
+
+// Another module may make such a string: the header is its own, the buffer is not.
+TYPED_TEST(StringT, MoveOfABorrowedBuffer_CopiesTheText) {
+  constexpr std::size_t kOwnsBuffer = 32;
+  String<TypeParam> string(Letters<TypeParam>(5).c_str());
+  auto* const header = BlockView<TypeParam>(string).template At<unsigned char*>(4);
+  header[kOwnsBuffer] = 0;
+  const String<TypeParam> moved = std::move(string);
+  header[kOwnsBuffer] = 1;
+  EXPECT_EQ(Letters<TypeParam>(5), TextOf(moved));
+  EXPECT_EQ(Letters<TypeParam>(5), TextOf(string));
+  EXPECT_NE(string.CStr(), moved.CStr());
+}
+
+TYPED_TEST(StringT, Traits_CompareLengthAndText) {
+  using Traits = kx::ChTraitsCRT<TypeParam>;
+  const auto text = Letters<TypeParam>(5);
+  EXPECT_TRUE(Traits::AreEqual(text.c_str(), Letters<TypeParam>(5).c_str()));
+  EXPECT_FALSE(Traits::AreEqual(text.c_str(), Letters<TypeParam>(6).c_str()));
+  EXPECT_FALSE(Traits::AreEqual(text.c_str(), Letters<TypeParam>(4).c_str()));
+  EXPECT_FALSE(Traits::AreEqual(text.c_str(), Text<TypeParam>("abcdx").c_str()));
+}
+
 TYPED_TEST(StringT, Append_AddsAfterTheText) {
   String<TypeParam> string;
   EXPECT_TRUE(string.Append(Text<TypeParam>("abc").c_str()));

@@ -15,7 +15,6 @@
 namespace Cifra::Test {
 
 // Converts with each kernel that this processor supports; all must agree.
-// UTF-16 texts as the tests of the collections use them: on every build, also where wchar_t is
 template <typename Convert>
 auto WithEveryKernel(Convert convert) {
   const auto kernels = Base64Codec::Kernels();
