@@ -1,14 +1,20 @@
 #!/usr/bin/env python3
-"""Changes the portable sources one place at a time and sees whether their tests notice.
+"""Changes the library's sources one place at a time and sees whether their tests notice.
 
-mutate.py SOURCE-FOLDER WORK-FOLDER --seed N --count N --seconds N
+mutate.py portable|windows SOURCE-FOLDER WORK-FOLDER --seed N --count N --seconds N
 
-A mutant that does not compile does not count. One that is not noticed is printed as a survivor with
+portable: what the native build compiles, run natively. windows: the rest of src, compiled into
+Cifra.dll and run by the conformance tests under Wine.
+
+A mutant that does not compile, or from which the compiler makes the very same programs, does not
+count; one that makes a test hang is noticed. One that is not noticed is printed as a survivor with
 its file, line and change. The sources themselves are never touched: a copy in WORK-FOLDER is.
 """
 
 import argparse
 import filecmp
+import hashlib
+import os
 import pathlib
 import random
 import re
@@ -17,51 +23,118 @@ import subprocess
 import sys
 import time
 
-# A test program and the sources whose mutants it must notice: what the native build compiles.
-TESTS = {
-    "Base64CodecTest": ["cipher/Base64Codec.cpp", "cipher/Base64Ssse3.cpp", "cipher/Base64Avx2.cpp",
-                        "cipher/Base64X64.h", "cipher/Base64Simd.h", "cipher/CpuFeatures.cpp"],
-    "BlowfishEngineTest": ["cipher/BlowfishEngine.cpp", "foundation/ByteOrder.h", "foundation/Wipe.h"],
-    "Md5EngineTest": ["hash/Md5Engine.cpp", "hash/Md5Blocks.cpp", "hash/Md5Scalar.cpp"],
-    "StringTest": ["foundation/string/StringT.h", "foundation/string/MemMgr.h",
-                   "foundation/string/HexText.h"],
-    "CollectionsTest": ["foundation/collections/List.h", "foundation/collections/Map.h",
-                        "foundation/collections/MapKey.h", "foundation/collections/NodeList.h"],
+# The sources, and the tests that must notice their mutants, the quickest first.
+PORTABLE = {
+    "Base64CodecTest": [
+        "cipher/Base64Alphabet.h", "cipher/Base64Avx2.cpp", "cipher/Base64Avx512Vbmi.cpp",
+        "cipher/Base64Codec.cpp", "cipher/Base64Codec.h", "cipher/Base64Ssse3.cpp",
+        "cipher/Base64X64.h"],
+    "BlowfishEngineTest": [
+        "cipher/BlowfishAvx2.cpp", "cipher/BlowfishAvx512.cpp", "cipher/BlowfishBlock.h",
+        "cipher/BlowfishBlocks.cpp", "cipher/BlowfishEngine.cpp", "cipher/BlowfishGather.h",
+        "cipher/BlowfishGroups.h", "cipher/BlowfishPortable.cpp", "foundation/ByteOrder.h",
+        "foundation/Wipe.h"],
+    "KernelRulesTest": [
+        "processor/CpuFeatures.cpp", "processor/KernelChoice.h", "processor/KernelRules.h"],
+    "Md5EngineTest": [
+        "hash/Md5Avx512.cpp", "hash/Md5Blocks.cpp", "hash/Md5Engine.cpp", "hash/Md5Scalar.cpp",
+        "hash/Md5Steps.h"],
+    "StringTest": ["foundation/string/MemMgr.h", "foundation/string/StringT.h", "foundation/Fatal.h"],
+    "CollectionsTest": [
+        "foundation/collections/List.h", "foundation/collections/Map.h",
+        "foundation/collections/MapKey.h", "foundation/collections/NodeList.h"],
+}
+LOG = "LogClientTest LogAbsentTest LogLibraryTest FailureTest"
+HASH = "HashObjectTest HashFileTest HashFileLogTest FailureTest"
+REGISTRY = "ObjectRegistryTest FactoryTest LibraryLifetimeTest FailureTest"
+SIGNATURE = ("SignatureObjectTest SignatureWalkTest SignatureTraceTest SignatureExceptionTest"
+             " SignatureLeakTest SignatureFileTest FailureTest")
+WINDOWS = {
+    "cipher/Base64ObjectImplementation.cpp": "Base64ObjectTest PlaintextWipeTest FailureTest",
+    "cipher/BlowfishAndBase64ObjectImplementation.cpp":
+        "BlowfishAndBase64ObjectTest CipherFunctionsTest PlaintextWipeTest FailureTest",
+    "cipher/BlowfishObjectImplementation.cpp": "BlowfishObjectTest PlaintextWipeTest FailureTest",
+    "cipher/CipherFunctions.cpp": "CipherFunctionsTest PlaintextWipeTest FailureTest",
+    "foundation/BoundedCopy.h": "CipherFunctionsTest BlowfishAndBase64ObjectTest FailureTest",
+    "foundation/FileHandle.h": "HashFileTest SignatureObjectTest FailureTest",
+    "foundation/ModuleHandle.h": "ModuleLoaderTest ObjectTest LogLibraryTest FailureTest",
+    "foundation/SharedInstance.h": "SharedInstanceTest ObjectRegistryTest LogClientTest FailureTest",
+    "foundation/Wiped.h": "PlaintextWipeTest",
+    "foundation/logging/CLogDLL.cpp": LOG,
+    "foundation/logging/CLogDLL.h": LOG,
+    "foundation/logging/CTraceScope.cpp": "LogClientTest SignatureTraceTest FailureTest",
+    "foundation/string/HexText.h": "HashObjectTest SignatureFormatTest FailureTest",
+    "foundation/string/Utf8.cpp": "Utf8Test CipherFunctionsTest FailureTest",
+    "framework/DllMain.cpp": "LibraryLifetimeTest",
+    "framework/ExportedObject.h": "ExportedObjectTest ObjectTest ModuleLoaderTest FailureTest",
+    "framework/ExportedObjectDeclaration.h": REGISTRY,
+    "framework/Factory.cpp": REGISTRY,
+    "framework/ModuleLoader.cpp": "ModuleLoaderTest FailureTest",
+    "framework/ObjectRegistry.cpp": REGISTRY,
+    "framework/ObjectRegistry.h": REGISTRY,
+    "framework/QueryInterfaceOf.h": "FactoryTest",
+    "hash/CngHandles.h": "Sha256CngTest FailureTest",
+    "hash/HashObject.h": HASH + " PlaintextWipeTest",
+    "hash/Md5Functions.cpp": "Md5FunctionsTest PlaintextWipeTest FailureTest",
+    "hash/Md5ObjectImplementation.cpp": "Md5ObjectTest LogLibraryTest PlaintextWipeTest " + HASH,
+    "hash/Sha256ObjectImplementation.cpp":
+        "Sha256ObjectTest Sha256CngTest LogLibraryTest " + HASH,
+    "signature/CertificateText.cpp": "SignatureFormatTest SignatureNameTest " + SIGNATURE,
+    "signature/DigitalSignatureObjectImplementation.cpp": SIGNATURE,
+    "signature/DigitalSignaturePlugin.h": SIGNATURE,
+    "signature/DistinguishedNameBuilder.cpp": "SignatureNameTest SignatureTraceTest FailureTest",
+    "signature/SignatureTime.cpp": "SignatureTimeTest SignatureTraceTest",
+    "signature/TrustRequest.cpp": SIGNATURE,
+    "signature/TrustRequest.h": SIGNATURE,
+}
+PARTS = {
+    "portable": ("host", {name: [test] for test, names in PORTABLE.items() for name in names}),
+    "windows": ("x64", {name: list(dict.fromkeys(tests.split())) for name, tests in WINDOWS.items()}),
 }
 
 OPERATORS = [
+    # relations
     (r"(?<=[ ])==(?=[ ])", ["!="]),
     (r"(?<=[ ])!=(?=[ ])", ["=="]),
     (r"(?<=[ ])<(?=[ ])", ["<=", ">"]),
     (r"(?<=[ ])>(?=[ ])", [">=", "<"]),
     (r"(?<=[ ])<=(?=[ ])", ["<"]),
     (r"(?<=[ ])>=(?=[ ])", [">"]),
+    # arithmetic
     (r"(?<=[ ])\+(?=[ ])", ["-"]),
     (r"(?<=[ ])-(?=[ ])", ["+"]),
     (r"(?<=[ ])\*(?=[ ])", ["/"]),
-    (r"(?<=[ ])&&(?=[ ])", ["||"]),
-    (r"(?<=[ ])\|\|(?=[ ])", ["&&"]),
     (r"(?<=[ ])<<(?=[ ])", [">>"]),
     (r"(?<=[ ])>>(?=[ ])", ["<<"]),
     (r"\+\+", ["--"]),
+    (r"--(?=\w)", ["++"]),
     (r"\+=", ["-="]),
     (r"-=", ["+="]),
+    # constants
     (r"\btrue\b", ["false"]),
     (r"\bfalse\b", ["true"]),
-    (r"(?<![\w.'\"x])\d+(?![\w.'\"])", ["+1"]),
+    (r"(?<![\w.'\"])\d+(?![\w.'\"])", ["+1"]),
+    (r"(?<![\w.'\"])0x[0-9A-Fa-f]+(?![\w.'\"])", ["+1"]),
+    # conditions
+    (r"(?<=[ ])&&(?=[ ])", ["||"]),
+    (r"(?<=[ ])\|\|(?=[ ])", ["&&"]),
     (r"\bif \((?!constexpr)", ["if (!("]),
-    (r"^\s+[\w:.>\-]+\([^;{}=]*\);$", ["dropped call"]),
+    (r"(?<=[ (])!(?=[\w*(])", [""]),
+    # calls, and guards that do their work at the end of their scope
+    (r"^\s+[\w:.>\-]+\([^;{}=]*\);$", ["dropped"]),
+    (r"^\s+const [\w:<>]+ (guard|trace|lock)\b[^;=]*;$", ["dropped"]),
+    # results
     (r"\breturn (?!;)[^;{}]+;", ["return {};"]),
 ]
-SKIPPED = re.compile(r"^\s*(//|#|static_assert|template|using|namespace|\*)|\bconstexpr char k|asm")
+SKIPPED = re.compile(
+    r"^\s*(//|#|static_assert|template|using|namespace|\*|0x|_Static)|\bconstexpr (char|wchar_t) k|asm")
 
 
 def mutants_of(text):
-    lines = text.split("\n")
-    for number, line in enumerate(lines):
+    for number, line in enumerate(text.split("\n")):
         if SKIPPED.search(line):
             continue
-        code = line.split("//")[0]
+        code = line.split("//")[0].rstrip()
         for pattern, replacements in OPERATORS:
             for match in re.finditer(pattern, code):
                 for replacement in replacements:
@@ -73,8 +146,9 @@ def mutants_of(text):
 def mutated(code, match, replacement):
     begin, end = match.span()
     if replacement == "+1":
-        replacement = str(int(match[0]) + 1)
-    elif replacement == "dropped call":
+        replacement = str(int(match[0], 0) + 1) if match[0] in ("0", "1") or match[0][0] != "0" else \
+            hex(int(match[0], 16) + 1)
+    elif replacement == "dropped":
         return code[: len(code) - len(code.lstrip())] + ";"
     elif replacement == "if (!(":
         depth = 1
@@ -89,7 +163,7 @@ def mutated(code, match, replacement):
 class Bench:
     """A copy of the project, configured once, in which one file differs at a time."""
 
-    def __init__(self, source, work):
+    def __init__(self, source, work, preset):
         self.folder = work / "source"
         files = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
                                cwd=source, capture_output=True, check=True).stdout.decode()
@@ -101,57 +175,85 @@ class Bench:
             ):
                 copy.parent.mkdir(parents=True, exist_ok=True)
                 shutil.copy(source / name, copy)
-        self.build = self.folder / "build" / "host"
-        self.run(["cmake", "--preset", "host", "-DCMAKE_BUILD_TYPE=Debug",
-                  "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCIFRA_WARNINGS_AS_ERRORS=OFF"], 600, check=True)
+        self.build = self.folder / "build" / preset
+        self.wine = preset == "x64"
+        self.environment = dict(os.environ)
+        if self.wine:
+            # Programs that hang are ended with their server, which must be nobody else's.
+            self.environment["CIFRA_WINE_STATE"] = str(work / "wine")
+        self.usual = {}
+        self.run(["cmake", "--preset", preset, "-DCMAKE_BUILD_TYPE=Debug",
+                  "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCIFRA_WARNINGS_AS_ERRORS=OFF",
+                  "-DCIFRA_BUILD_TOOLS=OFF"], 600, check=True)
 
-    def run(self, command, seconds, check=False, cwd=None):
-        try:
-            done = subprocess.run(command, cwd=cwd or self.folder, timeout=seconds,
-                                  capture_output=True, check=False)
-        except subprocess.TimeoutExpired:
-            return False
-        if check and done.returncode:
-            sys.exit(f"{' '.join(command)} failed:\n{done.stdout.decode()[-3000:]}"
-                     f"{done.stderr.decode()[-3000:]}")
-        return done.returncode == 0
+    def run(self, command, seconds, check=False):
+        with subprocess.Popen(command, cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as process:
+            try:
+                output = process.communicate(timeout=seconds)[0]
+            except subprocess.TimeoutExpired:
+                process.kill()
+                if check:
+                    sys.exit(f"{' '.join(command)} takes more than {seconds} s")
+                return False
+        if check and process.returncode:
+            sys.exit(f"{' '.join(command)} failed:\n{output.decode(errors='replace')[-5000:]}")
+        return process.returncode == 0
 
-    def compiles(self, test, check=False):
-        return self.run(["cmake", "--build", str(self.build), "--target", test], 600, check)
+    def compiles(self, tests, check=False):
+        return self.run(["cmake", "--build", str(self.build), "--parallel", "1", "--target", *tests],
+                        3600 if check else 600, check)
 
     def passes(self, test, check=False):
         # A mutant that takes ten times as long hangs.
+        limit = 1200 if check else max(20, round(10 * self.usual[test]))
+        fixtures = [] if check else ["--fixture-exclude-any", "."]
         begin = time.monotonic()
-        limit = 600 if check else max(10.0, 10 * self.usual[test])
-        passed = self.run([str(self.build / "bin" / test)], limit, check,
-                          self.folder / "tests" / "data")
+        passed = self.run(["ctest", "--test-dir", str(self.build), "--timeout", str(limit), *fixtures,
+                           "--no-tests=error", "--output-on-failure", "--tests-regex", f"^{test}$"],
+                          limit + 60, check)
+        took = time.monotonic() - begin
         if check:
-            self.usual = {**getattr(self, "usual", {}), test: time.monotonic() - begin}
+            self.usual[test] = took
+        elif self.wine and took > limit:
+            self.run([str(self.folder / "scripts" / "run-x64"), "--stop"], 60)
         return passed
 
+    def programs(self, tests):
+        """What the tests run, without what names the sources."""
+        digest = hashlib.sha256()
+        for name in [*tests, "Cifra"]:
+            for file in sorted(self.build.glob(f"bin/**/{name}*")):
+                if file.suffix in ("", ".exe", ".dll") and file.is_file():
+                    bare = self.build / "bare"
+                    self.run(["llvm-strip-19", "--strip-all", "-o", str(bare), str(file)], 60, check=True)
+                    digest.update(bare.read_bytes())
+        return digest.hexdigest()
 
-def candidates(bench):
+
+def candidates(bench, tests_of):
     found = []
-    for test, names in TESTS.items():
-        for name in names:
-            path = bench.folder / "src" / name
-            if path.is_file():
-                found += [(test, path, *mutant) for mutant in mutants_of(path.read_text())]
+    for name, tests in tests_of.items():
+        path = bench.folder / "src" / name
+        found += [(tests, path, *mutant) for mutant in mutants_of(path.read_text())]
     return found
 
 
-def try_mutant(bench, test, path, number, changed):
-    """None where it does not compile, else whether the tests noticed."""
+def try_mutant(bench, tests, path, number, changed, unchanged):
+    """None where it is none, else whether the tests noticed."""
     original = path.read_text()
     lines = original.split("\n")
     was, lines[number] = lines[number], changed
+    place = f"{path.relative_to(bench.folder)}:{number + 1}"
     try:
         path.write_text("\n".join(lines))
-        if not bench.compiles(test):
+        if not bench.compiles(tests) or bench.programs(tests) == unchanged:
             return None
-        if not bench.passes(test):
-            return True
-        print(f"survivor: {path.relative_to(bench.folder)}:{number + 1} ({test})\n"
+        for test in tests:
+            if not bench.passes(test):
+                print(f"killed by {test}: {place}\n  + {changed.strip()}", flush=True)
+                return True
+        print(f"survivor: {place} ({' '.join(tests)})\n"
               f"  - {was.strip()}\n  + {changed.strip()}", flush=True)
         return False
     finally:
@@ -160,33 +262,43 @@ def try_mutant(bench, test, path, number, changed):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+    parser.add_argument("part", choices=PARTS)
     parser.add_argument("source", type=pathlib.Path)
     parser.add_argument("work", type=pathlib.Path)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--count", type=int, default=100)
-    parser.add_argument("--seconds", type=float, default=600)
-    parser.add_argument("--tests", nargs="*", default=list(TESTS))
+    parser.add_argument("--seconds", type=float, default=600, help="of trying, once all is built")
+    parser.add_argument("--files", nargs="*", help="only the sources whose names contain one of these")
+    parser.add_argument("--least", type=float, default=0, help="percentage that must be noticed")
     arguments = parser.parse_args()
 
-    bench = Bench(arguments.source.resolve(), arguments.work.resolve())
-    for test in arguments.tests:
-        bench.compiles(test, check=True)
+    preset, tests_of = PARTS[arguments.part]
+    if arguments.files:
+        tests_of = {name: tests for name, tests in tests_of.items()
+                    if any(part in name for part in arguments.files)}
+    bench = Bench(arguments.source.resolve(), arguments.work.resolve(), preset)
+    used = list(dict.fromkeys(test for tests in tests_of.values() for test in tests))
+    bench.compiles(used, check=True)
+    for test in used:
         bench.passes(test, check=True)
-    mutants = [mutant for mutant in candidates(bench) if mutant[0] in arguments.tests]
+    unchanged = {tuple(tests): bench.programs(tests) for tests in tests_of.values()}
+    mutants = candidates(bench, tests_of)
     total = len(mutants)
     random.Random(arguments.seed).shuffle(mutants)
-    killed = survived = broken = 0
+    killed = survived = none = 0
     end = time.monotonic() + arguments.seconds
     for mutant in mutants:
         if killed + survived >= arguments.count or time.monotonic() > end:
             break
-        noticed = try_mutant(bench, *mutant)
-        broken += noticed is None
+        noticed = try_mutant(bench, *mutant, unchanged[tuple(mutant[0])])
+        none += noticed is None
         killed += noticed is True
         survived += noticed is False
     tried = killed + survived
-    print(f"mutants: {total} possible, {tried} tried, {broken} did not compile, {killed} killed"
-          f" ({100 * killed / max(tried, 1):.1f} %), {survived} survived")
+    share = 100 * killed / max(tried, 1)
+    print(f"mutants: {total} possible, {tried} tried, {none} did not compile or changed nothing,"
+          f" {killed} killed ({share:.1f} %), {survived} survived")
+    sys.exit(tried == 0 or share < arguments.least)
 
 
 if __name__ == "__main__":
