@@ -1,12 +1,17 @@
 """The program as a whole: help, versions, usage errors, a missing or broken library."""
 
 import os
+import pathlib
 import re
 import shutil
+import sys
 
 import pytest
 
 from conftest import Client, place_in_system
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "hardening"))
+from check_binary import Image  # noqa: E402  (found by the line above)
 
 COMMANDS = ["encrypt", "decrypt", "base64", "hash", "verify", "version", "selftest"]
 
@@ -168,14 +173,20 @@ def test_libraries_planted_beside_the_program_are_not_taken(program, tmp_path):
     place_in_system(os.environ["CIFRA_STANDIN_TRUST"], os.environ["CIFRA_STANDIN_NAMES"])
     planted = copied_client(program, tmp_path / "planted")
     shutil.copy(program.parent / "Cifra.dll", planted.folder)
-    # Not bcrypt.dll: crypt32.dll imports it before the program begins, and Wine ignores the linker's
-    # flag for that.
-    for name in ("Ntdsapi.dll", "winmm.dll", "wintrust.dll"):
-        planted.write(name, "no library: to load it fails")
+    names = ["bcrypt", "crypt32", "gdi32", "imm32", "ntdsapi", "ole32", "shell32", "shlwapi", "user32", "version",
+             "winmm", "wintrust"]
+    for name in names:
+        planted.write(f"{name}.dll", "no library: to load it fails")
     planted.write("signed", "0\tcertificate\t0\t00ab01\tCN=A, O=B\tCN=C\n")
-    native = {"WINEDLLOVERRIDES": "ntdsapi,winmm,wintrust=n,b"}
+    native = {"WINEDLLOVERRIDES": ",".join(names) + "=n,b"}
     assert planted.succeed("base64", "text", env=native).text == "dGV4dA==\n"
     assert "CN=A, O=B" in planted.succeed("verify", "signed", env=native).text
+
+
+def test_before_it_says_where_libraries_are_it_loads_none_but_the_systems_own(program):
+    early = re.compile(r"(kernel32|ntdll|msvcrt|api-ms-win-crt-[a-z]+-l1-1-0)\.dll", re.IGNORECASE)
+    imports = Image(program).imports()
+    assert imports and not [name for name in imports if not early.fullmatch(name)]
 
 
 def test_the_program_says_what_it_is_and_needs(program):
