@@ -33,6 +33,8 @@ def found(tmp_path_factory):
     changed[0x300] ^= 1
     (folder / "changed.exe").write_bytes(changed)
     (folder / "read.me").write_text("text")
+    for name in ("short.txt", "short.ps1", "short.exe"):
+        (folder / name).write_text("MZ\n")
     place_in_system(os.environ["CIFRA_STANDIN_NAMES"])
     client = Client(folder, pathlib.Path(os.environ["CIFRA_PROGRAM"]))
     names = sorted(path.name for path in folder.iterdir() if path.is_file())
@@ -117,6 +119,12 @@ def test_kinds_are_told_by_content_and_scripts_by_name(found):
     for kind in ("exe", "msi", "cab", "ps1"):
         assert files[f"unsigned.{kind}"]["verdict"] == "unsigned"
     assert files["read.me"]["verdict"] == "not signable"
+
+
+def test_a_file_too_short_for_a_signature_is_not_called_untrusted(found):
+    _, files = found
+    verdicts = {name: files[f"short.{name}"]["verdict"] for name in ("txt", "ps1", "exe")}
+    assert verdicts == {"txt": "not signable", "ps1": "unsigned", "exe": "not signable"}
 
 
 def test_what_cannot_be_told_is_unknown_and_never_none(found):

@@ -40,10 +40,31 @@ std::optional<CatalogSignature> ReadCatalog(const CifraLibrary& library, const s
   return chosen;
 }
 
+// Where no signature was found and none can be, that the platform could not look for one is no
+// verdict on a signature. (It does not look into files of less than four bytes.)
+void SettleUnsignable(const std::string& kind, std::uint64_t size, FileSignatures& found) {
+  constexpr std::uint64_t kLeastSize = 4;
+  constexpr std::uint32_t kProviderUnknown = 0x800B0001;
+  Signature& first = found.verified.front();
+  TrustResult& result = first.result;
+  const bool isFound = found.foundByClient > 0 || first.certificate || first.signer;
+  if (isFound || found.verified.size() > 1 || result.verdict != Verdict::kNotTrusted) {
+    return;
+  }
+  if (size < kLeastSize) {
+    result.verdict = Verdict::kUnsigned;
+    result.words = "the file is too short to hold a signature";
+  } else if (kind.empty() && result.code == kProviderUnknown) {
+    result.verdict = Verdict::kUnsigned;
+    result.words = "the system knows no signatures in files of this kind";
+  }
+}
+
 Record Verify(const CifraLibrary& library, const ListedFile& file, std::string kind,
               const WorkerOptions& options) {
   Findings findings;
   findings.embedded = ReadSignatures(library, file, options.reading);
+  SettleUnsignable(kind, SizeOf(file), findings.embedded);
   findings.kind = std::move(kind);
   if (options.usesCatalogs && GravestOf(findings.embedded).result.verdict == Verdict::kUnsigned) {
     findings.isLookedUp = true;
