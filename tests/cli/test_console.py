@@ -1,6 +1,7 @@
 """What happens at a terminal: the prompt for the key, and text on the screen."""
 
 import base64
+import json
 import os
 import pty
 import re
@@ -54,6 +55,32 @@ class Terminal:
         return os.waitstatus_to_exitcode(status), text
 
 
+def wait_until(holds, what):
+    end = time.monotonic() + LONGEST_WAIT
+    while not holds():
+        assert time.monotonic() < end, what
+        time.sleep(0.1)
+
+
+class Interrupted:
+    """A run on a console whose standard output is a file; Ctrl+C is pressed once something holds."""
+
+    def __init__(self, client, *arguments, when, monkeypatch):
+        output = client.folder / "output"
+        output.unlink(missing_ok=True)  # an earlier run's
+        quoted = " ".join(f'"{argument}"' for argument in (client.program, *arguments))
+        monkeypatch.setenv("CIFRA_COMMAND", quoted)
+        monkeypatch.setenv("CIFRA_OUTPUT", "output")
+        terminal = Terminal(client, program=os.environ["CIFRA_ECHO"])
+        wait_until(lambda: output.exists() and when(output), "the run does not come that far")
+        terminal.press("\x03")
+        code, shown = terminal.finish()
+        assert code == 0
+        self.code = int(re.search(r"code=(\d+)", shown)[1])
+        self.shown = shown
+        self.text = output.read_text(encoding="utf-8")
+
+
 def test_the_key_is_asked_for_twice_to_encrypt_once_to_decrypt(cifra):
     ciphertext = cifra.succeed("encrypt", "--key-env", "K", "Grüße", env={"K": KEY}).text.strip()
     terminal = Terminal(cifra, "encrypt", "Grüße")
@@ -100,7 +127,29 @@ def test_after_an_interrupted_question_the_console_echoes_again(cifra, monkeypat
     terminal.wait_for("Key:")
     terminal.press("\x03")
     code, shown = terminal.finish()
-    assert code == 0 and "echo=on" in shown
+    assert code == 0 and "code=130 echo=on" in shown
+
+
+def test_an_interrupted_run_leaves_the_old_output_and_no_other_file(keyed, monkeypatch):
+    write_zeros(keyed, "big", 64 << 30)
+    keyed.write("out", "old")
+    result = Interrupted(keyed, "encrypt", "--key-file", "my.key", "--file", "big", "--output", "out",
+                         when=lambda _: any(keyed.folder.glob("cifra-*.tmp")), monkeypatch=monkeypatch)
+    assert (result.code, result.text, keyed.read("out")) == (130, "", b"old")
+    wait_until(lambda: keyed.names() == ["big", "my.key", "out", "output"], "a temporary file stays")
+
+
+def test_interrupted_digests_are_a_whole_document(cifra, monkeypatch):
+    cifra.write("a", "a")
+    write_zeros(cifra, "big", 64 << 30)
+    for jobs in ("1", "2"):
+        result = Interrupted(cifra, "hash", "--format", "json", "-j", jobs, "a", "big",
+                             when=lambda output: b'"a"' in output.read_bytes(), monkeypatch=monkeypatch)
+        assert result.code == 130 and "cifra: interrupted" in result.shown
+        assert [record["file"] for record in json.loads(result.text)] == ["a"]
+    result = Interrupted(cifra, "hash", "a", "big", when=lambda output: b"  a" in output.read_bytes(),
+                         monkeypatch=monkeypatch)
+    assert result.code == 130 and result.text.count("\n") == 1
 
 
 def test_a_character_cut_by_a_piece_of_the_input_is_shown_whole(cifra):

@@ -15,6 +15,7 @@ import jsonschema
 import pytest
 
 from conftest import Client, place_in_system
+from test_console import Interrupted, wait_until
 
 SCHEMA = pathlib.Path(__file__).parents[2] / "docs/schema/verify.json"
 
@@ -246,6 +247,77 @@ def test_in_a_folder_only_files_that_can_be_signed_are_verified(played):
     result = played("verify", "d")
     assert result.code == 3
     assert "is a directory" in result.error
+
+
+def test_that_nobody_can_verify_a_file_of_no_signable_kind_is_no_verdict_on_a_signature(played):
+    unknown = "800B0001"
+    for name, content in {"a.txt": signature(unknown, "nothing"), "b.js": signature(unknown, "nothing"),
+                          "c.txt": signature(unknown), "d.txt": signature("80004005", "nothing"),
+                          "e.txt": signature(BAD_DIGEST, "nothing")}.items():
+        played.write(name, content)
+    result = played("verify", "a.txt", "b.js", "c.txt", "d.txt", "e.txt", "--format", "json")
+    assert verdicts(result) == {"a.txt": "not signable", "b.js": "not trusted", "c.txt": "not trusted",
+                                "d.txt": "not trusted", "e.txt": "damaged"}
+
+
+def workers(client):
+    """The processes of this machine that verify files for a run in the client's folder."""
+    found = []
+    for process in pathlib.Path("/proc").iterdir():
+        try:
+            if b"--worker" in (process / "cmdline").read_bytes() and (process / "cwd").readlink() == client.folder:
+                found.append(int(process.name))
+        except OSError:  # ended, or somebody else's
+            continue
+    return found
+
+
+SLEEP = "sleep\t600000\n"
+
+
+def test_a_file_that_takes_too_long_is_given_up_and_the_run_goes_on(played):
+    for name, content in {"a.js": signature(), "b.js": SLEEP, "c.js": SLEEP, "d.js": signature("800B0109")}.items():
+        played.write(name, content)
+    for jobs in ("1", "2"):
+        result = played("verify", "-j", jobs, "--timeout", "5", "a.js", "b.js", "c.js", "d.js", "--format", "json")
+        assert (result.code, result.error) == (22, "")
+        document = records(result)
+        assert [file["verdict"] for file in document["files"]] == ["trusted", "timed out", "timed out", "untrusted root"]
+        assert document["files"][1]["code"] is None and document["failure"] is None
+    assert "c.js: timed out (the verification did not end within 1 s)\n" in played("verify", "--timeout", "1", "c.js").text
+    wait_until(lambda: not workers(played), "what was given up goes on")
+    for seconds in ("0", "1000001", "x"):
+        assert played("verify", "--timeout", seconds, "a.js").code == 2
+
+
+def test_an_interrupted_run_leaves_a_whole_document(played, monkeypatch):
+    played.write("a.js", signature())
+    played.write("b.js", SLEEP)
+    for jobs in ("1", "2"):
+        result = Interrupted(played, "verify", "-j", jobs, "--format", "json", "a.js", "b.js",
+                             when=lambda output: b"a.js" in output.read_bytes(), monkeypatch=monkeypatch)
+        assert result.code == 130 and "cifra: interrupted" in result.shown
+        assert verdicts(result) == {"a.js": "trusted"}
+        assert records(result)["failure"] == {"code": 130, "message": "interrupted"}
+    result = Interrupted(played, "verify", "-j", "1", "--format", "html", "a.js", "b.js",
+                         when=lambda output: b"a.js" in output.read_bytes(), monkeypatch=monkeypatch)
+    assert result.code == 130
+    assert result.text.endswith("</html>\n") and "The run ended early: interrupted" in result.text
+    result = Interrupted(played, "verify", "-j", "1", "--format", "csv", "a.js", "b.js",
+                         when=lambda output: b"a.js" in output.read_bytes(), monkeypatch=monkeypatch)
+    assert result.code == 130
+    assert [row["file"] for row in csv.DictReader(io.StringIO(result.text, newline=""))] == ["a.js"]
+    wait_until(lambda: not workers(played), "interrupted workers go on")
+
+
+def test_what_verifies_ends_with_the_run_however_that_ends(played):
+    played.write("a.js", SLEEP)
+    process = subprocess.Popen([*played.runner, str(played.program), "verify", "a.js"], cwd=played.folder,
+                               stdout=subprocess.DEVNULL)
+    wait_until(lambda: workers(played), "no worker")
+    process.kill()
+    process.wait()
+    wait_until(lambda: not workers(played), "the worker outlives the run")
 
 
 def test_only_shows_the_wanted_verdicts_and_counts_all(played):

@@ -14,6 +14,7 @@
 #include "system/Console.h"
 #include "system/Failure.h"
 #include "system/Handles.h"
+#include "system/Interruption.h"
 #include "system/Unicode.h"
 #include "verify/VerifyCommand.h"
 
@@ -66,6 +67,7 @@ int main() {
   // First of all: nothing but Cifra.dll is loaded from this program's folder, where anybody may
   // have put a library with the name of one of the system's.
   SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+  client::HandleInterruptions();
   try {
     return static_cast<int>(client::RunAndReport());
   } catch (...) {  // the report itself failed

@@ -1,25 +1,49 @@
-// Runs a command on its console, survives Ctrl+C, and says whether the console still shows what is
-// typed.
+// Runs a command on its console, survives Ctrl+C, and says how the command ended and whether the
+// console still shows what is typed.
 #include <windows.h>
 
 #include <cstdio>
 
+namespace {
+
+// The value of an environment variable, empty for none.
+struct Variable {
+  wchar_t text[32768] = {};
+
+  explicit Variable(const wchar_t* name) { GetEnvironmentVariableW(name, text, 32768); }
+};
+
+HANDLE CreateInherited(const wchar_t* path) {
+  SECURITY_ATTRIBUTES inherited{sizeof(inherited), nullptr, TRUE};
+  return CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
+}
+
+}  // namespace
+
 int main() {
   SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
-  wchar_t command[32768];
-  const DWORD length = GetEnvironmentVariableW(L"CIFRA_COMMAND", command, 32768);
+  static Variable command(L"CIFRA_COMMAND");
+  static const Variable output(L"CIFRA_OUTPUT");  // the file that it writes to, not the console
   STARTUPINFOW start{};
   start.cb = sizeof(start);
+  if (output.text[0] != 0) {
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    start.hStdOutput = CreateInherited(output.text);
+    start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+  }
   PROCESS_INFORMATION process{};
-  if (length == 0 || !CreateProcessW(nullptr, command, nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                     &start, &process)) {
+  if (!CreateProcessW(nullptr, command.text, nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
+                      &process)) {
     return 1;
   }
   WaitForSingleObject(process.hProcess, INFINITE);
+  DWORD code = 0;
+  GetExitCodeProcess(process.hProcess, &code);
   CloseHandle(process.hThread);
   CloseHandle(process.hProcess);
   DWORD mode = 0;
   GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode);
-  std::puts((mode & ENABLE_ECHO_INPUT) != 0 ? "echo=on" : "echo=off");
+  std::printf("code=%lu %s\n", code, (mode & ENABLE_ECHO_INPUT) != 0 ? "echo=on" : "echo=off");
   return 0;
 }

@@ -8,7 +8,8 @@
 //   subject, issuer   such as CN=A, O=B; %0A stands for a line feed, and so on
 //   certificate  optional: the file of the encoded certificate, beside this one
 //
-// The results may be "crash". A line of "catalog", an algorithm and a path says which catalog lists
+// The results may be "crash". A line of "sleep" and a number of milliseconds comes to its end after
+// that time. A line of "catalog", an algorithm and a path says which catalog lists
 // the file by a digest of that algorithm.
 #include <windows.h>
 // After windows.h:
@@ -68,6 +69,7 @@ std::vector<BYTE> ReadBytes(const std::filesystem::path& path) {
 
 constexpr char kCatalog[] = "catalog\t";
 constexpr char kCrash[] = "crash\t";
+constexpr char kSleep[] = "sleep\t";
 
 [[noreturn]] void Crash() {
   RaiseException(static_cast<DWORD>(EXCEPTION_ACCESS_VIOLATION), EXCEPTION_NONCONTINUABLE, 0,
@@ -121,7 +123,9 @@ class FilePlayer final : public Cifra::Test::TrustScript {
       if (line.starts_with(kCrash)) {
         Crash();
       }
-      if (!line.starts_with(kCatalog)) {
+      if (line.starts_with(kSleep)) {
+        Sleep(static_cast<DWORD>(std::stoul(line.substr(sizeof(kSleep) - 1))));
+      } else if (!line.starts_with(kCatalog)) {
         inFile.push_back(ParseSignature(path, line));
       }
     }

@@ -4,8 +4,10 @@
 
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "system/Input.h"
+#include "system/Interruption.h"
 #include "system/OrderedWork.h"
 #include "system/Paths.h"
 
@@ -67,7 +69,17 @@ void DigestFiles(const CifraLibrary& library, Progress& progress, std::size_t jo
       return Digest(*hasher, task);
     };
   };
-  OrderedWork<DigestTask, DigestResult>::Run(jobs, next, makeWorker, take);
+  OrderedWork<DigestTask, DigestResult>::Run(
+      jobs,
+      [&next] {
+        ThrowIfInterrupted();
+        return next();
+      },
+      makeWorker,
+      [&take](const DigestTask& task, DigestResult result) {
+        ThrowIfInterrupted();
+        take(task, std::move(result));
+      });
 }
 
 }  // namespace client

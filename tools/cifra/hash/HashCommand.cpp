@@ -1,5 +1,6 @@
 #include "hash/HashCommand.h"
 
+#include <functional>
 #include <memory>
 
 #include "hash/ChecksumCheck.h"
@@ -10,6 +11,7 @@
 #include "program/Progress.h"
 #include "system/Failure.h"
 #include "system/FileList.h"
+#include "system/Interruption.h"
 #include "system/Problems.h"
 
 namespace client {
@@ -87,6 +89,19 @@ void Judge(const DigestTask& task, const DigestResult& result, HashReport& repor
   report.Add(outcome);
 }
 
+// Leaves a whole document when the run ends early.
+void RunAndEnd(HashReport& report, const std::function<void()>& run) {
+  try {
+    run();
+  } catch (const Failure& failure) {
+    if (failure.Code() != ExitCode::kCannotWrite) {
+      report.End();
+    }
+    throw;
+  }
+  report.End();
+}
+
 ExitCode RunOnFiles(const Options& options) {
   const std::size_t jobs = options.jobs.Or(1);
   const Algorithm* algorithm = options.GivenAlgorithm();
@@ -102,7 +117,7 @@ ExitCode RunOnFiles(const Options& options) {
   }
   const std::vector<ListedFile> files = FileList(names, options.isRecursive, problems);
   HashReport report(options.style);
-  {
+  RunAndEnd(report, [&] {
     Progress progress(options.progress, [&files] { return TotalSize(files); });
     const auto next = [&, file = files.begin()]() mutable -> std::optional<DigestTask> {
       if (file == files.end()) {
@@ -116,8 +131,7 @@ ExitCode RunOnFiles(const Options& options) {
                   const Progress::Pause pause = progress.Hide();
                   Judge(task, result, report, problems);
                 });
-  }
-  report.End();
+  });
   if (files.empty() && !expected.empty() && problems.Result() == ExitCode::kSuccess) {
     problems.Report({ExitCode::kCannotRead, "--expect: there is no file to compare"});
   }
@@ -138,14 +152,16 @@ ExitCode RunOnLists(const Options& options) {
   }
   HashReport report(options.style);
   ChecksumCheck checker(check, library, report, problems);
-  for (const ListedFile& list : FileList(names, false, problems)) {
-    try {
-      checker.Run(list);
-    } catch (const Failure& failure) {
-      problems.Report(failure);
+  RunAndEnd(report, [&] {
+    for (const ListedFile& list : FileList(names, false, problems)) {
+      try {
+        checker.Run(list);
+      } catch (const Failure& failure) {
+        ThrowIfInterrupted();
+        problems.Report(failure);
+      }
     }
-  }
-  report.End();
+  });
   return problems.Result();
 }
 
@@ -202,6 +218,7 @@ Examples:
   cifra hash --expect 900150983cd24fb0d6963f7d28e17f72 setup.exe)");
   command.OnRun([options] {
     RequireSense(*options);
+    const OrderlyEnd orderly(options->style.format != kTextFormat);
     return options->isCheck ? RunOnLists(*options) : RunOnFiles(*options);
   });
 }

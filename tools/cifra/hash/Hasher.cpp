@@ -8,6 +8,7 @@
 #include "program/Progress.h"
 #include "system/Failure.h"
 #include "system/Input.h"
+#include "system/Interruption.h"
 
 namespace client {
 namespace {
@@ -30,6 +31,7 @@ template <typename Interface>
 std::string Hasher::DigestOf(Interface& hash, Input& input) {
   Checked(input, [&] { return hash.Init(); });
   reader.ForEachPiece(input, [&](std::span<const std::uint8_t> piece) {
+    ThrowIfInterrupted();
     Checked(input,
             [&] { return hash.Update(piece.data(), static_cast<std::uint32_t>(piece.size())); });
     progress.Add(piece.size());

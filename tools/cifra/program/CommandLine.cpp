@@ -20,7 +20,7 @@ constexpr char kExitCodes[] = R"(Each command explains itself: cifra COMMAND --h
 
 Exit codes: 0 success, 1 another digest than expected, 2 wrong usage, 3 cannot
 read, 4 cannot write, 5 bad data, 6 bad key, 7 Cifra.dll cannot be used,
-8 internal error, 10 to 21 what verify found: see its help)";
+8 internal error, 10 to 22 what verify found: see its help, 130 interrupted)";
 
 // Fills lines up to the screen's width; all but the first begin at the help's column.
 std::string Wrapped(const std::string& text) {

@@ -28,6 +28,9 @@ enum class ExitCode : int {
   kNoTimestamp = 19,  // trusted, but without the wanted time stamp
   kWeakDigest = 20,   // trusted, but with a weaker digest than wanted
   kNotSignable = 21,  // of a kind that holds no signature
+  kTimedOut = 22,     // the verification of a file did not end in time
+
+  kInterrupted = 130,  // as shells count Ctrl+C
 };
 
 }  // namespace client

@@ -6,6 +6,7 @@
 
 #include "system/Failure.h"
 #include "system/Handles.h"
+#include "system/Interruption.h"
 #include "system/Paths.h"
 #include "system/Problems.h"
 #include "system/Unicode.h"
@@ -146,6 +147,7 @@ class Collector {
   }
 
   std::vector<Entry> List(const std::wstring& folder) {
+    ThrowIfInterrupted();
     try {
       return ReadFolder(folder);
     } catch (const Failure& failure) {
@@ -222,6 +224,7 @@ std::uint64_t SizeOf(const ListedFile& file) {
 std::uint64_t TotalSize(const std::vector<ListedFile>& files) {
   std::uint64_t total = 0;
   for (const ListedFile& file : files) {
+    ThrowIfInterrupted();
     total += SizeOf(file);
   }
   return total;

@@ -13,9 +13,10 @@ std::string Line(std::size_t indentation, std::string label, const std::string& 
 }
 
 std::string ResultText(const Record& result) {
+  const std::string code = TextOf(result.at("code"));
   const std::string name = TextOf(result.at("name"));
-  return TextOf(result.at("verdict")) + " (" + TextOf(result.at("code")) +
-         (name.empty() ? "" : " " + name) + ": " + TextOf(result.at("meaning")) + ")";
+  return TextOf(result.at("verdict")) + " (" + code + (name.empty() ? "" : " " + name) +
+         (code.empty() ? "" : ": ") + TextOf(result.at("meaning")) + ")";
 }
 
 std::string CertificateText(const Record& certificate) {

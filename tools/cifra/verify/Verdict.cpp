@@ -107,6 +107,7 @@ constexpr Words kWords[] = {
     {kNotSignable, ExitCode::kNotSignable, "not signable"},
     {kDamaged, ExitCode::kDamaged, "damaged"},
     {kCrashed, ExitCode::kCrashed, "crashed"},
+    {kTimedOut, ExitCode::kTimedOut, "timed out"},
     {kRevoked, ExitCode::kRevoked, "revoked"},
     {kDistrusted, ExitCode::kRevoked, "distrusted"},
     {kUntrustedRoot, ExitCode::kUntrustedRoot, "untrusted root"},

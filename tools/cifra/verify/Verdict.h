@@ -13,7 +13,8 @@ namespace client {
 // that it could not be opened must not hide one that is bad.
 enum class Verdict {
   kDamaged,
-  kCrashed,  // the platform crashed while it verified the file
+  kCrashed,   // the platform crashed while it verified the file
+  kTimedOut,  // it did not end in time
   kRevoked,
   kDistrusted,
   kUntrustedRoot,
@@ -36,6 +37,7 @@ inline constexpr Verdict kVerdicts[] = {
     Verdict::kDistrusted, Verdict::kUntrustedRoot,     Verdict::kExpired,
     Verdict::kNotTrusted, Verdict::kRevocationUnknown, Verdict::kWrongSigner,
     Verdict::kWeakDigest, Verdict::kNoTimestamp,       Verdict::kCannotOpen,
+    Verdict::kTimedOut,
 };
 
 inline Verdict GraverOf(Verdict a, Verdict b) { return a < b ? a : b; }

@@ -11,6 +11,7 @@
 #include "program/Report.h"
 #include "system/Failure.h"
 #include "system/FileList.h"
+#include "system/Interruption.h"
 #include "system/OrderedWork.h"
 #include "system/Problems.h"
 #include "verify/Policy.h"
@@ -60,6 +61,12 @@ void Check(Options& options) {
   }
   if (std::ranges::find(options.files, "-") != options.files.end()) {
     FailUsage("verify needs files and cannot read standard input");
+  }
+  constexpr std::uint64_t kMostSeconds = 1'000'000;
+  if (const std::uint64_t seconds = options.worker.timeout.value_or(1);
+      seconds < 1 || seconds > kMostSeconds) {
+    FailUsage("--timeout: " + std::to_string(seconds) + " is not between 1 and " +
+              std::to_string(kMostSeconds));
   }
   for (const std::string& signer : options.signers) {
     if (!options.policy.AddSigner(signer)) {
@@ -124,6 +131,7 @@ class Run {
   void VerifyAll(const std::vector<ListedFile>& files) {
     Progress progress(options.progress, [&files] { return TotalSize(files); });
     const auto next = [&, file = files.begin()]() mutable -> std::optional<Job> {
+      ThrowIfInterrupted();
       if (file == files.end()) {
         return std::nullopt;
       }
@@ -175,6 +183,7 @@ ExitCode RunVerify(Options options) {
     return RunWorker(options.worker);
   }
   Check(options);
+  const OrderlyEnd orderly;
   return Run(options).GoAndClose();
 }
 
@@ -202,6 +211,8 @@ void AddVerifyCommand(Program& program) {
                "Demand a verified time stamp");
   command.Choice("--min-digest", options->policy.minDigest, {"sha1", "sha256", "sha384", "sha512"},
                  "Demand a digest at least as strong");
+  command.Number("--timeout", options->worker.timeout, "SECONDS",
+                 "Give up a file that is not verified by then; without it, wait for each");
   AddJobsOption(command, options->jobs, "as many as there are processors");
   AddProgressOption(command, options->progress);
   command.Hide(command.Flag("--worker", options->isWorker, ""));
@@ -219,14 +230,14 @@ computer's catalogs. A file that makes the platform crash is "crashed".
 
 Verdicts: trusted, unsigned, not-signable, damaged, crashed, revoked,
 distrusted, untrusted-root, expired, not-trusted, revocation-unknown,
-wrong-signer, weak-digest, no-time-stamp, cannot-open
+wrong-signer, weak-digest, no-time-stamp, cannot-open, timed-out
 
 Exit codes: 0 all trusted, 2 wrong usage, 3 a file cannot be opened, 10 damaged,
 11 revoked or distrusted, 12 untrusted root, 13 expired, 14 not trusted for
 another reason, 15 unsigned, 16 it is not known whether a certificate is
 revoked, 17 crashed, 18 wrong signer, 19 no time stamp, 20 weak digest, 21 not
-signable. Of several the gravest: 10, 17, 11, 12, 13, 14, 18, 20, 19, 15, 16,
-3, 21
+signable, 22 timed out. Of several the gravest: 10, 17, 22, 11, 12, 13, 14, 18,
+20, 19, 15, 16, 3, 21. 130 interrupted: the output is whole as far as it goes
 
 Examples:
   cifra verify setup.exe

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "system/ExitCode.h"
 #include "verify/SignatureReader.h"
 
@@ -8,6 +11,7 @@ namespace client {
 struct WorkerOptions {
   ReadingOptions reading;
   bool usesCatalogs = true;
+  std::optional<std::uint64_t> timeout;  // seconds for each file; none: as long as it takes
 };
 
 // RunWorker verifies the files that standard input names, until it ends, and writes a record of

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "system/Failure.h"
+#include "system/Interruption.h"
 #include "system/Paths.h"
 
 namespace client {
@@ -60,6 +61,23 @@ class InheritedHandles {
   std::vector<unsigned char> memory;
 };
 
+// What is in it ends with this process, however that ends.
+HANDLE JobOfWorkers() {
+  static const FileHandle kJob = [] {
+    FileHandle job(CreateJobObjectW(nullptr, nullptr));
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+    return job;
+  }();
+  return kJob.get();
+}
+
+Record TimeoutRecord(std::uint64_t seconds) {
+  return RecordOf(Verdict::kTimedOut, 0,
+                  "the verification did not end within " + std::to_string(seconds) + " s");
+}
+
 Record CrashRecord(DWORD code) {
   return RecordOf(Verdict::kCrashed, code,
                   "the process that verified the file ended with " + CodeText(code));
@@ -67,7 +85,32 @@ Record CrashRecord(DWORD code) {
 
 }  // namespace
 
-WorkerProcess::WorkerProcess(const WorkerOptions& options) {
+// Ends the process when it takes too long or when this program is interrupted: who waits for its
+// answer then sees its pipe closed.
+class WorkerProcess::Watch {
+ public:
+  explicit Watch(WorkerProcess& watched) {
+    if (!RegisterWaitForSingleObject(&wait, InterruptionEvent(), End, &watched, watched.timeout,
+                                     WT_EXECUTEONLYONCE)) {
+      Fail("cannot watch a process");
+    }
+  }
+  ~Watch() { UnregisterWaitEx(wait, INVALID_HANDLE_VALUE); }
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+
+ private:
+  static void CALLBACK End(void* watched, BOOLEAN isTimedOut) {
+    auto& worker = *static_cast<WorkerProcess*>(watched);
+    worker.isTimedOut = isTimedOut != FALSE;
+    TerminateProcess(worker.process.get(), 1);
+  }
+
+  HANDLE wait = nullptr;
+};
+
+WorkerProcess::WorkerProcess(const WorkerOptions& options)
+    : timeout(options.timeout ? static_cast<DWORD>(*options.timeout * 1000) : INFINITE) {
   Pipe jobs;
   Pipe records;
   std::wstring commandLine = L"cifra verify --worker";
@@ -92,17 +135,20 @@ void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE 
   startup.lpAttributeList = inherited.List();
   std::wstring line = commandLine;
   PROCESS_INFORMATION started{};
+  // Without a console: Ctrl+C is for this process alone.
   if (!CreateProcessW(ProgramPath().c_str(), line.data(), nullptr, nullptr, TRUE,
-                      EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo,
-                      &started)) {
+                      EXTENDED_STARTUPINFO_PRESENT | DETACHED_PROCESS, nullptr, nullptr,
+                      &startup.StartupInfo, &started)) {
     Fail("cannot start a process");
   }
   process.reset(started.hProcess);
   FileHandle thread(started.hThread);
+  AssignProcessToJobObject(JobOfWorkers(), process.get());
 }
 
 std::optional<std::string> WorkerProcess::Ask(const Job& job) {
   ++asked;
+  const Watch watch(*this);
   return WritePacket(toProcess.get(), job.Packet()) ? ReadPacket(fromProcess.get()) : std::nullopt;
 }
 
@@ -122,6 +168,10 @@ Record FileVerifier::Verify(const Job& job) {
     const std::optional<std::string> packet = process->Ask(job);
     if (!packet) {
       const std::unique_ptr<WorkerProcess> ended = std::move(process);
+      ThrowIfInterrupted();
+      if (ended->IsTimedOut()) {
+        return TimeoutRecord(options.timeout.value_or(0));
+      }
       // What an earlier file damaged is not this one's fault: it gets a process of its own.
       if (isFirst) {
         return CrashRecord(ended->EndCode());

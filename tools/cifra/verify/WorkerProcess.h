@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,7 +15,8 @@
 namespace client {
 
 // WorkerProcess is another process of this program that verifies files, see Worker.h. It ends by
-// itself when its pipe is closed.
+// itself when its pipe is closed, and is ended when a file takes too long or this program is
+// interrupted.
 class WorkerProcess {
  public:
   explicit WorkerProcess(const WorkerOptions& options);
@@ -25,15 +27,21 @@ class WorkerProcess {
   std::optional<std::string> Ask(const Job& job);
   // How many jobs it was given.
   std::size_t Asked() const { return asked; }
-  // After it ended: with which code, such as 0xC0000005.
+  // After it ended: whether that was because a file took too long, and otherwise with which code,
+  // such as 0xC0000005.
+  bool IsTimedOut() const { return isTimedOut; }
   DWORD EndCode() const;
 
  private:
+  class Watch;
+
   void Start(const std::wstring& commandLine, HANDLE input, HANDLE output);
 
   FileHandle process;
   FileHandle toProcess;
   FileHandle fromProcess;
+  DWORD timeout;  // milliseconds
+  std::atomic<bool> isTimedOut = false;
   std::size_t asked = 0;
 };
 
