@@ -133,7 +133,70 @@ def test_what_cannot_be_told_is_unknown_and_never_none(found):
     assert files["rsa.exe"]["signatures"][0]["timestamp"] == "none"
     # Wine verifies no time stamps: there is one, and nobody knows whether it is good.
     assert files["stamped.exe"]["signatures"][0]["timestamp"] in ("unknown", "2023-11-14T22:15:00.000Z")
-    assert files["nested.exe"]["signaturesFound"] == 2
+
+
+def index_of(signature):
+    return int(signature["position"].removeprefix("secondary ").replace("primary", "0"))
+
+
+def test_signatures_that_the_system_did_not_verify_are_read_as_osslsigncode_reads_them(found):
+    folder, files = found
+    for name, count in (("nested.exe", 2), ("nested-3.exe", 3)):
+        file = files[name]
+        assert file["signaturesFound"] == count
+        # Wine verifies the primary signature in place of the others: what it hands out is not theirs.
+        read = {index_of(s): s["client"] for s in (*file["signatures"], *file["notVerified"]) if s["client"]["message"]}
+        text = subprocess.run(["osslsigncode", "verify", "-in", folder / name], capture_output=True, text=True,
+                              check=False).stdout
+        parts = re.split(r"^Signature Index: \d+.*$", text, flags=re.M)[1:]
+        assert sorted(read) == list(range(count)) == list(range(len(parts)))
+        for index, part in enumerate(parts):
+            message, certificate = read[index]["message"], read[index]["certificate"]
+            signer = re.search(r"Subject: .*?/CN=\S+ (\w+)$", part, re.M)[1]
+            expected = openssl_reading(folder / f"work/{signer}.pem")
+            assert {key: certificate[key] for key in expected} == expected, (name, index)
+            assert message["digest"] == re.search(r"^Message digest algorithm: (\S+)", part, re.M)[1].lower()
+            assert message["fileDigest"] == re.search(r"Message digest algorithm  : (\S+)", part)[1].lower()
+            stamp = re.search(r"Timestamp time: (.*)", part)
+            assert message["timestamp"]["time"] == (iso(stamp[1].strip()) if stamp else None)
+            described = re.search(r"Text description: (.*)", part)
+            assert (message["programName"] is None) == (described is None)
+    assert all(s["client"]["certificate"]["from"] == "file" for s in files["nested-3.exe"]["notVerified"])
+
+
+def test_a_catalog_is_read_as_openssl_reads_it(found, tmp_path):
+    folder, files = found
+    unsigned, signed = files["unsigned.cat"], files["signed.cat"]
+    assert (unsigned["kind"], unsigned["verdict"], unsigned["signaturesFound"]) == ("catalog", "unsigned", 0)
+    assert unsigned["notVerified"] == []
+    assert (signed["kind"], signed["verdict"], signed["signaturesFound"]) == ("catalog", "trusted", 1)
+    tool("openssl", "pkcs7", "-inform", "DER", "-in", folder / "signed.cat", "-print_certs", "-out", tmp_path / "all.pem")
+    certificates = (tmp_path / "all.pem").read_text().split("-----END CERTIFICATE-----\n")[:-1]
+    readings = []
+    for certificate in certificates:
+        (tmp_path / "one.pem").write_text(certificate + "-----END CERTIFICATE-----\n")
+        readings.append(openssl_reading(tmp_path / "one.pem"))
+    found_by_client = signature_of(signed)
+    expected = next(r for r in readings if r["serial"] == found_by_client["certificate"]["serial"])
+    assert {key: found_by_client["certificate"][key] for key in expected} == expected
+    printed = tool("openssl", "pkcs7", "-print", "-noout", "-inform", "DER", "-in", folder / "signed.cat")
+    message = found_by_client["message"]
+    assert message["digest"] == re.search(r"digest_alg:\s+algorithm: (\w+)", printed)[1]
+    # What is signed is a list, no digest of a file.
+    assert message["fileDigest"] is None
+    stamped = openssl_reading(folder / "work/stamper.pem")
+    assert message["timestamp"]["time"] == "2023-11-14T22:15:00Z"
+    assert {key: message["timestamp"]["authority"][key] for key in stamped} == stamped
+
+
+def test_a_signed_script_is_what_the_system_says(found):
+    _, files = found
+    script = files["signed.ps1"]
+    assert script["kind"] == "script"
+    if script["code"] == "0x800B0003":  # Wine's: it knows no signatures in scripts, and neither does the client
+        assert (script["verdict"], script["signatures"], script["signaturesFound"]) == ("unsigned", [], 0)
+    else:
+        assert script["verdict"] == "untrusted root" and len(script["signatures"]) == 1
 
 
 def test_a_changed_file_still_tells_who_signed_it(found):

@@ -54,6 +54,27 @@ std::string SignatureLine(const Record& record, const Record& signature,
   return CsvLine(fields);
 }
 
+// The program's own findings of a signature that the platform did not verify.
+std::string NotVerifiedLine(const Record& record, const Record& signature) {
+  const Record& found = signature.at("client");
+  std::vector<std::string> fields{TextOf(record.at("file")),
+                                  TextOf(signature.at("position")),
+                                  "not verified",
+                                  "",
+                                  "",
+                                  "",
+                                  "",
+                                  "",
+                                  "",
+                                  "",
+                                  TextOf(record.at("verdict")),
+                                  TextOf(record.at("kind")),
+                                  ""};
+  AddCertificate(found.at("certificate"), fields);
+  AddMessage(found.at("message"), fields);
+  return CsvLine(fields);
+}
+
 std::string UnsignedLine(const Record& record) {
   const std::string verdict = TextOf(record.at("verdict"));
   std::vector<std::string> fields{TextOf(record.at("file")),
@@ -117,7 +138,13 @@ class CsvWriter final : public ReportWriter {
         lines += SignatureLine(record, signature, TextOf(catalog.at("file")));
       }
     }
-    WriteOut(lines.empty() ? UnsignedLine(record) : lines);
+    if (lines.empty()) {
+      lines = UnsignedLine(record);
+    }
+    for (const Record& signature : record.at("notVerified")) {
+      lines += NotVerifiedLine(record, signature);
+    }
+    WriteOut(lines);
   }
 
   void End(const Summary&, const RunFailure*) override {}

@@ -118,8 +118,13 @@ std::string ChainHtml(const Record& chain) {
   return html + "</details>\n";
 }
 
+std::string FindingsHtml(const Record& found) {
+  return Element("h3", "Found by cifra itself") + "<dl>" +
+         CertificateHtml(found.at("certificate")) + MessageHtml(found.at("message")) + "</dl>\n" +
+         ChainHtml(found.at("chain"));
+}
+
 std::string SignatureHtml(const Record& signature) {
-  const Record& found = signature.at("client");
   const char* const cut = signature.at("cut").get<bool>() ? " (cut at a zero character)" : "";
   const std::string subject = NameText(signature.at("subject"));
   const std::string issuer = NameText(signature.at("issuer"));
@@ -131,9 +136,17 @@ std::string SignatureHtml(const Record& signature) {
          Entry("issuer", issuer.empty() ? "" : issuer + cut) +
          Entry("serial", TextOf(signature.at("serial")), "code") +
          Entry("time stamp", TextOf(signature.at("timestamp"))) + "</dl>\n" +
-         Element("h3", "Found by cifra itself") + "<dl>" +
-         CertificateHtml(found.at("certificate")) + MessageHtml(found.at("message")) + "</dl>\n" +
-         ChainHtml(found.at("chain"));
+         FindingsHtml(signature.at("client"));
+}
+
+std::string NotVerifiedHtml(const Record& signatures) {
+  std::string html;
+  for (const Record& signature : signatures) {
+    html +=
+        Element("h2", TextOf(signature.at("position")) + " signature, not verified by the system") +
+        FindingsHtml(signature.at("client"));
+  }
+  return html;
 }
 
 std::string SignaturesHtml(const Record& signatures) {
@@ -207,8 +220,8 @@ class HtmlWriter final : public ReportWriter {
              "<div class=\"body\"><dl>" + Entry("kind", TextOf(record.at("kind"))) +
              Entry("verdict", TextOf(record.at("verdict"))) +
              Entry("meaning", TextOf(record.at("meaning"))) + "</dl>\n" +
-             SignaturesHtml(record.at("signatures")) + CatalogHtml(record.at("catalog")) +
-             "</div></details>\n");
+             SignaturesHtml(record.at("signatures")) + NotVerifiedHtml(record.at("notVerified")) +
+             CatalogHtml(record.at("catalog")) + "</div></details>\n");
   }
 
   void End(const Summary& summary, const RunFailure* failure) override {

@@ -96,18 +96,20 @@ std::vector<Observer::Seen> Verify(const CifraLibrary& library, const ListedFile
   return std::move(observer.seen);
 }
 
-// A message that holds another certificate than the verified one is not this signature's.
-bool IsOf(const std::optional<MessageFacts>& message,
-          const std::optional<CertificateFacts>& certificate) {
-  return message &&
-         (!certificate || !message->signer || message->signer->sha256 == certificate->sha256);
+// A message of another signer than the verified one is not this signature's.
+bool IsAnothers(const std::optional<MessageFacts>& message,
+                const std::optional<CertificateFacts>& certificate) {
+  return message && certificate && message->signer &&
+         message->signer->sha256 != certificate->sha256;
 }
 
-void AddFindings(Signature& signature, const Observer::Seen& seen, const SignedMessage* message,
+// False when the message is another signature's.
+bool AddFindings(Signature& signature, const Observer::Seen& seen, const SignedMessage* message,
                  bool wantsChain) {
   signature.certificate = ReadCertificate(seen.certificate);
   signature.message = message ? message->Facts() : std::nullopt;
-  if (!IsOf(signature.message, signature.certificate)) {
+  const bool isAnothers = IsAnothers(signature.message, signature.certificate);
+  if (isAnothers) {
     signature.message.reset();
     message = nullptr;
   }
@@ -115,6 +117,15 @@ void AddFindings(Signature& signature, const Observer::Seen& seen, const SignedM
     signature.chain = BuildChain(seen.certificate, message ? message->Certificates() : nullptr,
                                  signature.timestamp);
   }
+  return !isAnothers;
+}
+
+// A signature that the platform took for none, did not come to, or verified another in place of.
+void AddOther(std::size_t index, const SignedMessage& message, FileSignatures& found) {
+  Signature signature;
+  signature.index = index;
+  signature.message = message.Facts();
+  found.others.push_back(std::move(signature));
 }
 
 }  // namespace
@@ -131,7 +142,8 @@ FileSignatures ReadSignatures(const CifraLibrary& library, const ListedFile& fil
   kx::List<Cifra::Chain> chains;
   const std::vector<Observer::Seen> verified = Verify(library, file, options.isOnline, chains);
   const std::vector<SignedMessage> messages = ReadMessages(file.Path());
-  FileSignatures found{{}, messages.size()};
+  FileSignatures found;
+  found.foundByClient = messages.size();
   const std::vector<const Cifra::Chain*> given = Elements(chains);
   auto chain = given.begin();
   for (const Observer::Seen& seen : verified) {
@@ -144,9 +156,15 @@ FileSignatures ReadSignatures(const CifraLibrary& library, const ListedFile& fil
       signature.timestamp = (*chain)->timestamp;
       ++chain;
     }
-    AddFindings(signature, seen, index < messages.size() ? &messages[index] : nullptr,
-                options.wantsChain);
+    const SignedMessage* const message = index < messages.size() ? &messages[index] : nullptr;
+    const bool isItsOwn = AddFindings(signature, seen, message, options.wantsChain);
+    if (message && (!isItsOwn || signature.result.verdict == Verdict::kUnsigned)) {
+      AddOther(index, *message, found);
+    }
     found.verified.push_back(std::move(signature));
+  }
+  for (std::size_t i = found.verified.size(); i < messages.size(); ++i) {
+    AddOther(i, messages[i], found);
   }
   return found;
 }

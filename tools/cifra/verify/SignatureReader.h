@@ -26,11 +26,12 @@ struct Signer {
   std::string serial;
 };
 
-// One signature of a file: index 0 is the primary one.
+// One signature of a file: index 0 is the primary one. Of one that the library did not verify only
+// the program's own findings are there.
 struct Signature {
   // From the library
   std::size_t index = 0;
-  TrustResult result;
+  TrustResult result{};
   std::optional<Signer> signer;
   std::uint64_t timestamp = 0;  // milliseconds since 1970-01-01 00:00:00 UTC; 0: none was told
 
@@ -46,6 +47,7 @@ struct Signature {
 // What was found in a file.
 struct FileSignatures {
   std::vector<Signature> verified;  // at least one: an unsigned file gives one that says so
+  std::vector<Signature> others;    // that the platform did not verify
   std::size_t foundByClient = 0;    // signatures in the file by this program's own reading
 };
 

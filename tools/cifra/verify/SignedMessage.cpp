@@ -108,6 +108,11 @@ std::vector<std::uint8_t> SignedMessage::Parameter(DWORD type) const {
   return value;
 }
 
+bool SignedMessage::HasSigner() const {
+  const std::vector<std::uint8_t> count = Parameter(CMSG_SIGNER_COUNT_PARAM);
+  return std::ranges::any_of(count, [](std::uint8_t byte) { return byte != 0; });
+}
+
 std::optional<MessageFacts> SignedMessage::Facts() const {
   const std::vector<std::uint8_t> information = Parameter(CMSG_SIGNER_INFO_PARAM);
   if (information.size() < sizeof(CMSG_SIGNER_INFO)) {
@@ -213,6 +218,9 @@ std::vector<SignedMessage> ReadMessages(const std::wstring& path) {
   }
   std::vector<SignedMessage> messages;
   messages.emplace_back(MessageHandle(opened));
+  if (!messages.front().HasSigner()) {
+    return {};
+  }
   std::ranges::move(messages.front().Nested(), std::back_inserter(messages));
   return messages;
 }

@@ -33,6 +33,8 @@ class SignedMessage {
   // Nothing for what is no such message.
   static std::optional<SignedMessage> Decode(Bytes encoded);
 
+  // A catalog, for one, is such a message before it is signed.
+  bool HasSigner() const;
   // Nothing when the message has no signer that could be read.
   std::optional<MessageFacts> Facts() const;
   // The messages that are held by this one's signature: a file's secondary signatures.

@@ -80,23 +80,30 @@ std::string ChainText(const Record& chain) {
   return text;
 }
 
-std::string SignatureText(const Record& signature) {
-  constexpr std::size_t kIndentation = 4;
+// Such as "secondary signature 1".
+std::string PositionText(const Record& signature) {
   constexpr std::string_view kSecondary = "secondary";
   std::string position = TextOf(signature.at("position"));
-  position.insert(position.starts_with(kSecondary) ? kSecondary.size() : position.size(),
-                  " signature");
-  std::string text = "  " + position + ": " + ResultText(signature) + "\n";
+  return position.insert(position.starts_with(kSecondary) ? kSecondary.size() : position.size(),
+                         " signature");
+}
+
+std::string FindingsText(const Record& found) {
+  return "    found by cifra itself:\n" + CertificateText(found.at("certificate")) +
+         MessageText(found.at("message")) + ChainText(found.at("chain"));
+}
+
+std::string SignatureText(const Record& signature) {
+  constexpr std::size_t kIndentation = 4;
+  std::string text = "  " + PositionText(signature) + ": " + ResultText(signature) + "\n";
   if (!signature.at("serial").is_null()) {
     const char* const cut = signature.at("cut").get<bool>() ? " (cut at a zero character)" : "";
     text += Line(kIndentation, "subject", NameText(signature.at("subject")) + cut) +
             Line(kIndentation, "issuer", NameText(signature.at("issuer")) + cut) +
             Line(kIndentation, "serial", TextOf(signature.at("serial")));
   }
-  const Record& found = signature.at("client");
   return text + Line(kIndentation, "time stamp", TextOf(signature.at("timestamp"))) +
-         "    found by cifra itself:\n" + CertificateText(found.at("certificate")) +
-         MessageText(found.at("message")) + ChainText(found.at("chain"));
+         FindingsText(signature.at("client"));
 }
 
 std::string SignaturesText(const Record& signatures) {
@@ -107,14 +114,13 @@ std::string SignaturesText(const Record& signatures) {
   return text;
 }
 
-// That the file holds more signatures than the platform verified is worth a line.
-std::string NotVerifiedText(const Record& record) {
-  const Record& found = record.at("signaturesFound");
-  const std::size_t verified = record.at("signatures").size();
-  const std::size_t count = found.is_null() ? 0 : found.get<std::size_t>();
-  return count <= verified ? ""
-                           : "  not verified by the system: " + std::to_string(count - verified) +
-                                 " more in the file\n";
+std::string NotVerifiedText(const Record& signatures) {
+  std::string text;
+  for (const Record& signature : signatures) {
+    text += "  " + PositionText(signature) + ": not verified by the system\n" +
+            FindingsText(signature.at("client"));
+  }
+  return text;
 }
 
 std::string CatalogText(const Record& catalog) {
@@ -136,7 +142,8 @@ class TextWriter final : public ReportWriter {
     const std::string file = EscapeForConsole(TextOf(record.at("file"))) + ": ";
     const std::string verdict = TextOf(record.at("verdict"));
     const std::string signatures = SignaturesText(record.at("signatures")) +
-                                   NotVerifiedText(record) + CatalogText(record.at("catalog"));
+                                   NotVerifiedText(record.at("notVerified")) +
+                                   CatalogText(record.at("catalog"));
     if (verdict == NameOf(Verdict::kCannotOpen)) {
       WriteOut(file + verdict + "\n");
     } else if (record.at("signatures").empty()) {

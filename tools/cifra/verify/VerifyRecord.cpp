@@ -112,6 +112,14 @@ Record SignaturesJson(const FileSignatures& signatures) {
   return array;
 }
 
+Record OthersJson(const FileSignatures& signatures) {
+  Record array = Record::array();
+  for (const Signature& signature : signatures.others) {
+    array.push_back({{"position", signature.Position()}, {"client", FindingsJson(signature)}});
+  }
+  return array;
+}
+
 Record CatalogJson(const Findings& findings) {
   if (!findings.isLookedUp) {
     return {};
@@ -157,6 +165,7 @@ Record RecordOf(const Findings& findings) {
   record.update(FileResultJson(findings));
   record["signaturesFound"] = findings.embedded.foundByClient;
   record["signatures"] = SignaturesJson(findings.embedded);
+  record["notVerified"] = OthersJson(findings.embedded);
   record["catalog"] = CatalogJson(findings);
   return record;
 }
@@ -169,6 +178,7 @@ Record RecordOf(Verdict verdict, std::uint32_t code, const std::string& meaning)
           {"meaning", meaning},
           {"signaturesFound", Record()},
           {"signatures", Record::array()},
+          {"notVerified", Record::array()},
           {"catalog", Record()}};
 }
 

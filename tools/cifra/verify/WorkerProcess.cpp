@@ -31,36 +31,6 @@ struct Pipe {
   }
 };
 
-// The attribute of a new process that names the handles which it inherits: without it every
-// process would get the pipes of those that are started at the same time.
-class InheritedHandles {
- public:
-  explicit InheritedHandles(std::array<HANDLE, 2> wanted) : handles(wanted) {
-    SIZE_T size = 0;
-    InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
-    memory.resize(size);
-    if (!InitializeProcThreadAttributeList(List(), 1, 0, &size)) {
-      Fail("cannot prepare a process");
-    }
-    if (!UpdateProcThreadAttribute(List(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(),
-                                   sizeof(handles), nullptr, nullptr)) {
-      DeleteProcThreadAttributeList(List());
-      Fail("cannot prepare a process");
-    }
-  }
-  ~InheritedHandles() { DeleteProcThreadAttributeList(List()); }
-  InheritedHandles(const InheritedHandles&) = delete;
-  InheritedHandles& operator=(const InheritedHandles&) = delete;
-
-  LPPROC_THREAD_ATTRIBUTE_LIST List() {
-    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
-  }
-
- private:
-  std::array<HANDLE, 2> handles;
-  std::vector<unsigned char> memory;
-};
-
 // What is in it ends with this process, however that ends.
 HANDLE JobOfWorkers() {
   static const FileHandle kJob = [] {
@@ -72,6 +42,44 @@ HANDLE JobOfWorkers() {
   }();
   return kJob.get();
 }
+
+// The attributes of a new process: its job, and the handles that it inherits, as without naming
+// them every process would get the pipes of those that are started at the same time.
+class WorkerAttributes {
+ public:
+  explicit WorkerAttributes(std::array<HANDLE, 2> inherited)
+      : handles(inherited), job(JobOfWorkers()) {
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, kCount, 0, &size);
+    memory.resize(size);
+    if (!InitializeProcThreadAttributeList(List(), kCount, 0, &size)) {
+      Fail("cannot prepare a process");
+    }
+    if (!Set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles.data(), sizeof(handles)) ||
+        !Set(PROC_THREAD_ATTRIBUTE_JOB_LIST, &job, sizeof(job))) {
+      DeleteProcThreadAttributeList(List());
+      Fail("cannot prepare a process");
+    }
+  }
+  ~WorkerAttributes() { DeleteProcThreadAttributeList(List()); }
+  WorkerAttributes(const WorkerAttributes&) = delete;
+  WorkerAttributes& operator=(const WorkerAttributes&) = delete;
+
+  LPPROC_THREAD_ATTRIBUTE_LIST List() {
+    return reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(memory.data());
+  }
+
+ private:
+  static constexpr DWORD kCount = 2;
+
+  bool Set(DWORD_PTR attribute, void* value, SIZE_T size) {
+    return UpdateProcThreadAttribute(List(), 0, attribute, value, size, nullptr, nullptr) != 0;
+  }
+
+  std::array<HANDLE, 2> handles;
+  HANDLE job;
+  std::vector<unsigned char> memory;
+};
 
 Record TimeoutRecord(std::uint64_t seconds) {
   return RecordOf(Verdict::kTimedOut, 0,
@@ -126,13 +134,13 @@ void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE 
   for (const HANDLE end : {input, output}) {
     SetHandleInformation(end, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
   }
-  InheritedHandles inherited({input, output});
+  WorkerAttributes attributes({input, output});
   STARTUPINFOEXW startup{};
   startup.StartupInfo.cb = sizeof(startup);
   startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
   startup.StartupInfo.hStdInput = input;
   startup.StartupInfo.hStdOutput = output;
-  startup.lpAttributeList = inherited.List();
+  startup.lpAttributeList = attributes.List();
   std::wstring line = commandLine;
   PROCESS_INFORMATION started{};
   // Without a console: Ctrl+C is for this process alone.
@@ -143,7 +151,6 @@ void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE 
   }
   process.reset(started.hProcess);
   FileHandle thread(started.hThread);
-  AssignProcessToJobObject(JobOfWorkers(), process.get());
 }
 
 std::optional<std::string> WorkerProcess::Ask(const Job& job) {
