@@ -99,7 +99,7 @@ BLOCKS = {
                             "const kx::EnumPtr": QUOTE, "using CngHash": QUOTE, "TEST(Factory": QUOTE,
                             "Say how many": "the subject of a commit"},
     "docs/logging.md": {"14:03:07.512": "test_the_log_shows_what_the_library_does"},
-    "docs/using.md": {"cmake -G Ninja": USING, "40Ud1Hmcvw": USING, "find_package": OWN_PROGRAM, "PKG_CONFIG_PATH": OWN_PROGRAM,
+    "docs/using.md": {"PACKAGE=": USING, "40Ud1Hmcvw": USING, "find_package": OWN_PROGRAM, "export PKG_CONFIG_PATH": OWN_PROGRAM,
                       "#include": SAMPLE},
     "docs/windows.md": {"scripts/windows-kit": WHOLE_BUILD},
 }

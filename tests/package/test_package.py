@@ -32,9 +32,10 @@ def blocks(document, language):
 
 
 def shell_commands(document):
-    """The commands of a document's shell blocks, each on one line, without comments."""
+    """The commands of a document's shell blocks, each on one line, without comments; PACKAGE and CIFRA are for the caller to set."""
     text = "".join(blocks(document, "sh")).replace("\\\n", " ")
-    return [line for line in (re.sub(r"\s+#.*", "", each).strip() for each in text.splitlines()) if line]
+    lines = [re.sub(r"\s+#.*", "", each).strip() for each in text.splitlines()]
+    return [line for line in lines if line and not re.match("PACKAGE=|CIFRA=", line)]
 
 
 def make(folder):
@@ -66,11 +67,11 @@ def programs(package, tmp_path_factory):
     folder = tmp_path_factory.mktemp("examples")
     commands = shell_commands(ROOT / "docs/using.md")[:2]
     for command in commands:
-        command = command.replace("PACKAGE", str(package)).replace("CIFRA/", f"{ROOT}/").replace("=x64", f"={PLATFORM}")
-        command = command.replace(" build", f" {folder}")
+        command = command.replace("=x64", f"={PLATFORM}").replace(" build", f" {folder}")
         if PLATFORM == "x64-gcc":
             command = command.replace("toolchain-clang", "toolchain-gcc").replace("-DCIFRA_ARCH=x64-gcc", "")
-        done = subprocess.run(command, shell=True, capture_output=True, text=True, env={**os.environ, **STRICT})
+        variables = {**os.environ, **STRICT, "PACKAGE": str(package), "CIFRA": str(ROOT)}
+        done = subprocess.run(command, shell=True, capture_output=True, text=True, env=variables)
         assert done.returncode == 0, command + "\n" + done.stdout + done.stderr
     return folder
 
@@ -123,12 +124,12 @@ def test_a_program_of_ones_own_builds_as_the_page_says(package, tmp_path):
     shutil.copy(package / "share/cifra/examples/EncryptText.cpp", tmp_path / "program.cpp")
     [project] = blocks(ROOT / "docs/using.md", "cmake")
     (tmp_path / "CMakeLists.txt").write_text(f"cmake_minimum_required(VERSION 3.16)\nproject(P CXX)\n{project}")
-    script = "\n".join(shell_commands(ROOT / "docs/using.md")[5:]).replace("PACKAGE", str(package))
+    script = "\n".join(shell_commands(ROOT / "docs/using.md")[5:])
     script += (f"\ncmake -G Ninja -S . -B build -DCMAKE_TOOLCHAIN_FILE={ROOT}/cmake/toolchain-clang-mingw.cmake"
                f" -DCIFRA_ARCH=x64 -DCifra_ROOT={package} && cmake --build build\n")
     path = f"{os.environ['CIFRA_TOOLCHAIN']}/bin:{os.environ['PATH']}"
     done = subprocess.run(["bash", "-e", "-c", script], cwd=tmp_path, capture_output=True, text=True,
-                          env={**os.environ, "PATH": path})
+                          env={**os.environ, "PATH": path, "PACKAGE": str(package)})
     assert done.returncode == 0, done.stdout + done.stderr
     shutil.copy(package / "bin/Cifra.dll", tmp_path)
     shutil.copy(tmp_path / "build/program.exe", tmp_path)
@@ -139,8 +140,9 @@ def test_a_program_of_ones_own_builds_as_the_page_says(package, tmp_path):
 def test_the_commands_of_the_page_give_what_it_shows(programs):
     answers = []
     for command in shell_commands(ROOT / "docs/using.md")[2:5]:
-        command = command.replace("CIFRA/", f"{ROOT}/").replace(" build/", f" {programs}/")
-        answers.append(subprocess.run(command, shell=True, capture_output=True, text=True).stdout)
+        command = command.replace(" build/", f" {programs}/")
+        answers.append(subprocess.run(command, shell=True, capture_output=True, text=True,
+                                      env={**os.environ, "CIFRA": str(ROOT)}).stdout)
     assert answers[0] == blocks(ROOT / "docs/using.md", "")[0]
     assert answers[1] == hashlib.sha256((programs / "EncryptText.exe").read_bytes()).hexdigest() + "\n"
     assert re.search(r"`(0x\w+)`, not signed", (ROOT / "docs/using.md").read_text())[1] in answers[2]
