@@ -48,7 +48,7 @@ LOG = "LogClientTest LogAbsentTest LogLibraryTest FailureTest"
 HASH = "HashObjectTest HashFileTest HashFileLogTest FailureTest"
 REGISTRY = "ObjectRegistryTest FactoryTest LibraryLifetimeTest FailureTest"
 SIGNATURE = ("SignatureObjectTest SignatureWalkTest SignatureTraceTest SignatureExceptionTest"
-             " SignatureLeakTest SignatureFileTest FailureTest")
+             " SignatureLeakTest FailureTest")
 WINDOWS = {
     "cipher/Base64ObjectImplementation.cpp": "Base64ObjectTest PlaintextWipeTest FailureTest",
     "cipher/BlowfishAndBase64ObjectImplementation.cpp":

@@ -134,6 +134,14 @@ TEST(SharedInstance, PinCount_CountsAsAUserUntilItIsReleased) {
   EXPECT_EQ(0, Counted::alive);
 }
 
+TEST(SharedInstance, OneWithoutUsers_LosesNone) {
+  Shared shared;
+  shared.RemoveUser();
+  EXPECT_EQ(0, shared.referenceCount);
+  EXPECT_EQ(0, shared.pinCount);
+  EXPECT_FALSE(shared.HasUsers());
+}
+
 TEST(SharedInstance, ExitHook_IsRegisteredWithTheFirstInstance) {
   Shared shared;
   EXPECT_FALSE(shared.exitHookRegistered);

@@ -103,6 +103,12 @@ TEST_F(Base64Object, Encode_OfALargeInput_JoinsTheTextsOfItsParts) {
       joined += Encode(input.substr(i, kPart), true);
     }
     EXPECT_TRUE(joined == Encode(input, true)) << length;
+    // Into a text that has the space already.
+    std::string text(joined.size(), '?');
+    const char* const place = text.data();
+    base64->Encode(reinterpret_cast<const std::uint8_t*>(input.data()), length, text, true);
+    EXPECT_TRUE(joined == text) << length;
+    EXPECT_EQ(place, text.data()) << length;
   }
 }
 
