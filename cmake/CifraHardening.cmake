@@ -11,6 +11,15 @@ check_cxx_source_compiles(
   CIFRA_HAS_STACK_PROTECTOR)
 unset(CMAKE_REQUIRED_FLAGS)
 
+# The linker writes the names of the toolchain's libraries into the PDB. Through a link in the build's
+# folder, which is where Ninja runs it, they are the same wherever the toolchain is.
+set(cifra_toolchain_options)
+if(CIFRA_SYSROOT AND CMAKE_GENERATOR STREQUAL "Ninja")
+  file(CREATE_LINK ${CIFRA_TOOLCHAIN} ${PROJECT_BINARY_DIR}/toolchain SYMBOLIC)
+  set(cifra_toolchain_options --sysroot=toolchain/${CIFRA_SYSROOT}
+                              -resource-dir=toolchain/${CIFRA_SYSROOT}/lib/clang/19)
+endif()
+
 function(cifra_hardening target)
   if(MSVC)
     target_compile_options(${target} PRIVATE /GS /sdl /guard:cf)
@@ -44,8 +53,10 @@ function(cifra_hardening target)
     # The PDB: lines, the sources' hashes, and paths that are the same on every machine.
     target_compile_options(
       ${target} PRIVATE -g "SHELL:-Xclang -gsrc-hash=sha256" -fdebug-compilation-dir=.
-                        -gno-codeview-command-line)
-    target_link_options(${target} PRIVATE -Wl,-Xlink=-pdbsourcepath:C:/Cifra)
+                        -gno-codeview-command-line
+                        -ffile-prefix-map=${CIFRA_TOOLCHAIN}/bin/..=toolchain)
+    target_link_options(${target} PRIVATE -Wl,-Xlink=-pdbsourcepath:C:/Cifra
+                                          ${cifra_toolchain_options})
     if(CMAKE_SYSTEM_PROCESSOR STREQUAL "AMD64")
       # May run with a shadow stack: whoever unwinds does so through the platform.
       target_link_options(${target} PRIVATE -Wl,-Xlink=-cetcompat)

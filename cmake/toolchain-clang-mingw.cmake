@@ -26,6 +26,9 @@ elseif(NOT CIFRA_TOOLCHAIN)
   include(${CMAKE_CURRENT_LIST_DIR}/CifraCache.cmake)
   set(CIFRA_TOOLCHAIN "${CIFRA_CACHE}/toolchain" CACHE PATH "What scripts/setup built")
 endif()
+if(NOT CIFRA_LLVM_MINGW)
+  set(CIFRA_SYSROOT ${_triple})  # in CIFRA_TOOLCHAIN
+endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CIFRA_ARCH CIFRA_LLVM_MINGW CIFRA_TOOLCHAIN)
 
 set(_tool "${CIFRA_TOOLCHAIN}/bin/${_triple}-")
