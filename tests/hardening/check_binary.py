@@ -171,7 +171,7 @@ def check_symbols(check, image, path):
     check(symbols.is_file(), "its PDB is beside it, named without a folder", name)
     listing = tool("llvm-pdbutil", "dump", "--files", symbols).decode()
     own = [line for line in listing.splitlines() if re.search(r"\((MD5|SHA-1|SHA-256|no)", line)]
-    own = [line for line in own if re.search(r"[\\/](src|tools|include)[\\/]", line)]
+    own = [line for line in own if re.search(r"[\\/](src|tools|include|examples)[\\/]", line)]
     bad = [line for line in own if "SHA-256" not in line]
     check(own and not bad, "SHA-256 of its sources in the PDB", f"{len(own)} files")
 
