@@ -1,6 +1,7 @@
 # cifra_add_test(name sources... [LIBRARIES libraries...] [HEADERS_OF target])
 #
-# Makes a test program of the sources with GoogleTest's main and registers it with CTest as one test.
+# Makes a test program of the sources, with the main function of tests/support on Windows and with
+# GoogleTest's elsewhere, and registers it with CTest as one test.
 # It runs in tests/data, so that a test names its data files by their path from there. The program
 # is registered as a whole and not case by case: asking it for its cases while building would start
 # it under an emulator. HEADERS_OF names a target with precompiled headers and cifra_test_options.
@@ -32,7 +33,7 @@ function(cifra_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "HEADERS_OF" "LIBRARIES")
   cifra_googletest()
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} gtest_main)
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} $<$<NOT:$<BOOL:${WIN32}>>:gtest_main>)
   target_link_options(${name} PRIVATE $<$<BOOL:${MINGW}>:-static>)
   cifra_warnings(${name})
   cifra_test_options(${name})

@@ -52,7 +52,10 @@ constexpr char kEmptyMd5[] = "= 0 D41D8CD98F00B204E9800998ECF8427E";
 
 class LogLibrary : public testing::Test {
  protected:
-  LogLibrary() : emptyFile(host.Directory() / "empty") { std::ofstream{emptyFile}; }
+  LogLibrary() : emptyFile(host.Directory() / "empty") {
+    host.PutLibrary();
+    std::ofstream{emptyFile};
+  }
 
   LogHost host;
   const fs::path emptyFile;

@@ -1,4 +1,4 @@
-#include "CountedHeap.h"
+#include "support/CountedHeap.h"
 
 #include <atomic>
 #include <cstdlib>

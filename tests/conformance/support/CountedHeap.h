@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ImportPatch.h"
-#include "LibraryUnderTest.h"
+#include "support/ImportPatch.h"
+#include "support/LibraryUnderTest.h"
 
 namespace Cifra::Test {
 

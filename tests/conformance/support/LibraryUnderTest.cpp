@@ -1,17 +1,9 @@
-#include "LibraryUnderTest.h"
+#include "support/LibraryUnderTest.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-#include "ProgramArguments.h"
-
 namespace Cifra::Test {
-
-std::filesystem::path FileUnderTest() {
-  const std::filesystem::path given = ProgramArgument(L"--dll=");
-  return given.empty() ? ProgramFile().parent_path() / L"Cifra.dll"
-                       : std::filesystem::absolute(given);
-}
 
 Cifra::Library LoadCifra(const std::filesystem::path& file) {
   constexpr DWORD kOrdinarySearch = 0;

@@ -4,12 +4,9 @@
 
 #include "Cifra/Cifra.h"
 #include "Cifra/Library.h"
+#include "support/ProgramArguments.h"
 
 namespace Cifra::Test {
-
-// The file that the program was started with (--dll=PATH; "Cifra.dll" beside the program by
-// default).
-std::filesystem::path FileUnderTest();
 
 // Loads a library, or ends the program. The library's dependencies are searched for in the ordinary
 // order, because the stand-ins for the platform's are beside the program.

@@ -11,4 +11,7 @@ std::wstring ProgramArgument(const std::wstring& prefix);
 // The path of the running program.
 std::filesystem::path ProgramFile();
 
+// The Cifra.dll that the program was started with (--dll=PATH), by default the one beside it.
+std::filesystem::path FileUnderTest();
+
 }  // namespace Cifra::Test

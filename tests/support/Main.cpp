@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ChildProcess.h"
+#include "support/ChildProcess.h"
 
 int main(int argc, char** argv) {
   Cifra::Test::ChildAction::RunIfAsked();

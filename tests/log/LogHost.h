@@ -10,16 +10,17 @@
 // Programs that run with a log.dll.
 namespace Cifra::Test {
 
-// LogHost is a directory with copies of this program, the library under test and, if the test wants
-// it, a log.dll. The program runs the test's actions there, each in a new process: the library and
-// its log must not be loaded when an action starts.
+// LogHost is a directory with a copy of this program and, if the test wants them, of the library
+// under test and of a log.dll. The program runs the test's actions there, each in a new process:
+// the library and its log must not be loaded when an action starts.
 class LogHost {
  public:
   LogHost();
 
   const std::filesystem::path& Directory() const { return directory.Path(); }
 
-  // Copies the recording log.dll into a directory (by default the library's), complete or without
+  void PutLibrary();
+  // Copies the recording log.dll into a directory (by default the program's), complete or without
   // one of its exports.
   void PutLog() { PutLog(Directory()); }
   void PutLog(const std::filesystem::path& where);

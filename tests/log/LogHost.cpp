@@ -6,7 +6,6 @@
 #include <cstdio>
 
 #include "LogRecord.h"
-#include "support/LibraryUnderTest.h"
 #include "support/ProgramArguments.h"
 
 namespace Cifra::Test {
@@ -26,10 +25,9 @@ void Copy(const fs::path& from, const fs::path& to) {
 
 }  // namespace
 
-LogHost::LogHost() {
-  Copy(ProgramFile(), directory / kProgram);
-  Copy(FileUnderTest(), directory / kLibrary);
-}
+LogHost::LogHost() { Copy(ProgramFile(), directory / kProgram); }
+
+void LogHost::PutLibrary() { Copy(FileUnderTest(), directory / kLibrary); }
 
 void LogHost::PutLog(const fs::path& where) {
   fs::create_directories(where);

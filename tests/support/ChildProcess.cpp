@@ -1,4 +1,4 @@
-#include "ChildProcess.h"
+#include "support/ChildProcess.h"
 
 #include <windows.h>
 
@@ -7,8 +7,7 @@
 #include <map>
 #include <memory>
 
-#include "LibraryUnderTest.h"
-#include "ProgramArguments.h"
+#include "support/ProgramArguments.h"
 
 namespace Cifra::Test {
 namespace {

@@ -1,4 +1,4 @@
-#include "ProgramArguments.h"
+#include "support/ProgramArguments.h"
 
 #include <windows.h>
 #include <shellapi.h>
@@ -24,6 +24,12 @@ std::filesystem::path ProgramFile() {
   std::wstring path(32767, L'\0');
   path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
   return path;
+}
+
+std::filesystem::path FileUnderTest() {
+  const std::filesystem::path given = ProgramArgument(L"--dll=");
+  return given.empty() ? ProgramFile().parent_path() / L"Cifra.dll"
+                       : std::filesystem::absolute(given);
 }
 
 }  // namespace Cifra::Test
