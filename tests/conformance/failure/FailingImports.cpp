@@ -13,6 +13,7 @@
 #include <ctime>
 
 #include "Ledger.h"
+#include "support/ImportPatch.h"
 
 namespace Cifra::Test {
 namespace {
@@ -344,18 +345,6 @@ const std::vector<Rule>& Rules() {
   return rules;
 }
 
-template <typename T>
-T* At(HMODULE module, std::size_t offset) {
-  return reinterpret_cast<T*>(reinterpret_cast<std::byte*>(module) + offset);
-}
-
-void Write(void** slot, void* function) {
-  DWORD before = 0;
-  VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &before);
-  *slot = function;
-  VirtualProtect(slot, sizeof(*slot), before, &before);
-}
-
 bool IsCode(const void* address) {
   MEMORY_BASIC_INFORMATION information{};
   VirtualQuery(address, &information, sizeof(information));
@@ -391,25 +380,15 @@ static_assert(sizeof(kCounterCode) == 24);
 FailingImports::FailingImports(HMODULE module)
     : code(static_cast<unsigned char*>(
           VirtualAlloc(nullptr, kCodeBytes, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE))) {
-  const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
-  const auto* headers = At<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(dos->e_lfanew));
-  const auto& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-  const auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress);
-  for (; library->Name != 0; ++library) {
-    const auto* name = At<IMAGE_THUNK_DATA>(module, library->OriginalFirstThunk);
-    auto* address = At<IMAGE_THUNK_DATA>(module, library->FirstThunk);
-    for (; name->u1.AddressOfData != 0; ++name, ++address) {
-      const auto* import = At<IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData);
-      Replace(reinterpret_cast<const char*>(import->Name),
-              reinterpret_cast<void**>(&address->u1.Function));
-    }
+  for (ImportTable table(module); table.IsValid(); table.Next()) {
+    Replace(table.Name(), table.Slot());
   }
   FlushInstructionCache(GetCurrentProcess(), code, kCodeBytes);
 }
 
 FailingImports::~FailingImports() {
   for (const Patch& patch : patches) {
-    Write(patch.slot, patch.original);
+    ImportTable::Write(patch.slot, patch.original);
   }
   VirtualFree(code, 0, MEM_RELEASE);
 }
@@ -422,7 +401,7 @@ void FailingImports::Replace(const char* name, void** slot) {
   for (const Rule& rule : Rules()) {
     if (std::strcmp(rule.name, name) == 0) {
       *rule.original = *slot;
-      Write(slot, rule.replacement);
+      ImportTable::Write(slot, rule.replacement);
       if (rule.canFail) {
         fallible.push_back(name);
       }
@@ -433,7 +412,7 @@ void FailingImports::Replace(const char* name, void** slot) {
       std::any_of(std::begin(kInfallible), std::end(kInfallible),
                   [&](const char* known) { return !std::strcmp(known, name); });
   if (!isInfallible) {
-    Write(slot, MakeCounter(name, *slot));
+    ImportTable::Write(slot, MakeCounter(name, *slot));
   }
 }
 

@@ -9,17 +9,9 @@ namespace {
 constexpr int kNever = -1;
 
 std::atomic<long> liveBlocks{0};
-// Tested first: under Wine for ARM64 the register of thread-local variables may be lost when the
-// library allocates.
-std::atomic<bool> failureIsOrdered{false};
 thread_local int allocationsUntilFailure = kNever;
 
-bool MustFail() {
-  if (!failureIsOrdered || allocationsUntilFailure == kNever) {
-    return false;
-  }
-  return allocationsUntilFailure-- == 0;
-}
+bool MustFail() { return allocationsUntilFailure != kNever && allocationsUntilFailure-- == 0; }
 
 void* Allocate(std::size_t bytes) {
   void* block = MustFail() ? nullptr : std::malloc(bytes);
@@ -63,14 +55,8 @@ CountedHeap::~CountedHeap() { FailNever(); }
 
 long CountedHeap::LiveBlocks() const { return liveBlocks; }
 
-void CountedHeap::FailAfter(int succeeding) {
-  allocationsUntilFailure = succeeding;
-  failureIsOrdered = true;
-}
+void CountedHeap::FailAfter(int succeeding) { allocationsUntilFailure = succeeding; }
 
-void CountedHeap::FailNever() {
-  failureIsOrdered = false;
-  allocationsUntilFailure = kNever;
-}
+void CountedHeap::FailNever() { allocationsUntilFailure = kNever; }
 
 }  // namespace Cifra::Test
