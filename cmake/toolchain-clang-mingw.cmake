@@ -49,30 +49,10 @@ set(CMAKE_DLLTOOL "${_tool}dlltool" CACHE FILEPATH "")
 set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 --start-no-unused-arguments -gcodeview --end-no-unused-arguments -DNDEBUG" CACHE STRING "")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 --start-no-unused-arguments -gcodeview --end-no-unused-arguments -DNDEBUG" CACHE STRING "")
 foreach(_kind EXE SHARED MODULE)
-  # No DLL of the toolchain is needed beside a program, and the same input gives the same file.
-  set(CMAKE_${_kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
   # An empty name puts the PDB beside the program; the program names it without its folder.
   set(CMAKE_${_kind}_LINKER_FLAGS_RELWITHDEBINFO_INIT "-Wl,--pdb= -Wl,-Xlink=-pdbaltpath:%_PDB%")
 endforeach()
 
-# Nothing of this machine may get into a program for another: libraries, headers and packages come
-# from the compiler's own folder, or from the prefixes that the caller names.
-set(CMAKE_FIND_ROOT_PATH "${CIFRA_TOOLCHAIN}/${_triple}" ${CMAKE_PREFIX_PATH} ${Cifra_ROOT})
-foreach(_variable CMAKE_PREFIX_PATH Cifra_ROOT)
-  if(DEFINED ENV{${_variable}})
-    cmake_path(CONVERT "$ENV{${_variable}}" TO_CMAKE_PATH_LIST _prefixes)
-    list(APPEND CMAKE_FIND_ROOT_PATH ${_prefixes})
-  endif()
-endforeach()
-if(NOT DEFINED CMAKE_FIND_ROOT_PATH_MODE_PROGRAM)
-  set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-endif()
-foreach(_kind LIBRARY INCLUDE PACKAGE)
-  if(NOT DEFINED CMAKE_FIND_ROOT_PATH_MODE_${_kind})
-    set(CMAKE_FIND_ROOT_PATH_MODE_${_kind} ONLY)
-  endif()
-endforeach()
-
-if(NOT CMAKE_HOST_WIN32)
-  set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/run-${CIFRA_ARCH}")
-endif()
+set(_sysroot "${CIFRA_TOOLCHAIN}/${_triple}")
+set(_runner run-${CIFRA_ARCH})
+include(${CMAKE_CURRENT_LIST_DIR}/CrossCompiling.cmake)
