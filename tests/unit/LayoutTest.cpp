@@ -35,6 +35,7 @@ std::ptrdiff_t OffsetOf(Object& object) {
 template <typename T>
 void ExpectHandleAt(const void* object, std::size_t offset) {
   kx::SharedRef<T> another;
+  another.Acquire();
   EXPECT_EQ(another.operator->(), At<T*>(object, offset));
   EXPECT_EQ(1, At<std::int32_t>(object, offset + kPointer));
 }
