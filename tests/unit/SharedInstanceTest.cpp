@@ -78,15 +78,18 @@ void WINAPI RecordSleep(DWORD milliseconds) {
 TEST(SpinWord, SleepsForAMillisecondBetweenAttempts) {
   const ImportPatch patch(GetModuleHandleW(nullptr), "Sleep", &RecordSleep);
   std::atomic<std::uint32_t> word{1};
+  std::atomic<bool> isIn{false};
   sleeps = otherSleeps = 0;
   std::thread other([&] {
     waiter = GetCurrentThreadId();
     const kx::SpinLock lock(word);
     waiter = 0;
+    isIn = true;
   });
-  while (sleeps < 3) {
+  while (sleeps < 3 && !isIn) {
     SwitchToThread();
   }
+  EXPECT_FALSE(isIn);
   word = 0;
   other.join();
   EXPECT_EQ(0, otherSleeps);
