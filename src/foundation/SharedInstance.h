@@ -76,8 +76,9 @@ template <typename T>
 inline constinit SharedInstance<T> sharedInstance{};
 
 // SharedRef is a handle to the shared T, its `registry`. It starts empty, counts the references it
-// acquires and returns all of them on Release or destruction. Users acquire before they dereference;
-// that an empty one acquires by itself then is part of the contract, and relied on nowhere.
+// acquires and returns all of them on Release or destruction. Users acquire before they
+// dereference; that an empty one acquires by itself then is part of the contract, and relied on
+// nowhere.
 template <typename T>
 class SharedRef {
  public:
