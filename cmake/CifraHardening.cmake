@@ -15,7 +15,7 @@ unset(CMAKE_REQUIRED_FLAGS)
 # folder, which is where Ninja runs it, they are the same wherever the toolchain is.
 set(cifra_toolchain_options)
 if(CIFRA_SYSROOT AND CMAKE_GENERATOR STREQUAL "Ninja")
-  file(CREATE_LINK ${CIFRA_TOOLCHAIN} ${PROJECT_BINARY_DIR}/toolchain SYMBOLIC)
+  file(CREATE_LINK ${CIFRA_TOOLCHAIN} ${CMAKE_BINARY_DIR}/toolchain SYMBOLIC)
   set(cifra_toolchain_options --sysroot=toolchain/${CIFRA_SYSROOT}
                               -resource-dir=toolchain/${CIFRA_SYSROOT}/lib/clang/19)
 endif()
