@@ -117,6 +117,78 @@ def test_changed_and_missing_files_are_told_in_the_same_words(cifra, options):
     assert ("list: 1: " in result.error) == ("--warn" in options)
 
 
+EMPTY = "d41d8cd98f00b204e9800998ecf8427e"
+# A list, the options, and the files that there are beside the empty f: cases that coreutils test
+# md5sum with, as far as they can be here.
+COREUTILS_CASES = [
+    (f"{EMPTY}  f\n", [], {}),
+    (f"{EMPTY}  f\n", ["--quiet"], {}),
+    (f"{EMPTY}  f\n", ["--quiet"], {"f": "foo"}),
+    (f"{EMPTY}  f\n", ["--status"], {}),
+    (f"{EMPTY}  f\n", ["--status"], {"f": "foo"}),
+    (f"{EMPTY}  f\n", ["--quiet", "--status"], {"f": "foo"}),
+    (f"{EMPTY} *f\n", [], {}),
+    (f"{EMPTY} f\n", [], {}),
+    (f"{EMPTY}  f\nxxx\n", ["--warn"], {}),
+    (f"{EMPTY}  f\nxxx\n", ["--warn", "--strict"], {}),
+    ("xxx\n", ["--warn"], {}),
+    ("xxx\n", [], {}),
+    ("", [], {}),
+    ("\n", [], {}),
+    ("MD5 (", [], {}),
+    ("MD5 (f", [], {}),
+    ("MD5 (f) ", [], {}),
+    ("MD5 (f) =", [], {}),
+    (f"MD5 (f) = {EMPTY}\n", [], {}),
+    (f"MD5 (f)= {EMPTY}\n", [], {}),
+    (f"MD5(f)= {EMPTY}\n", [], {}),
+    (f"MD5 ( f ) = {EMPTY}\n", [], {" f ": ""}),
+    (f"MD5 (f) g) = {EMPTY}\n", [], {"f) g": ""}),
+    (f"  MD5 (f) = {EMPTY}\n", [], {}),
+    (f"SHA1 (f) = {EMPTY}\n", [], {}),
+    (f"{EMPTY}  f\r\n", [], {}),
+    (f"{EMPTY.upper()}  f\n", [], {}),
+    (f"\t {EMPTY}  f\n", [], {}),
+    (f"{EMPTY}0  f\n", [], {}),
+    (f"{EMPTY[1:]}  f\n", [], {}),
+    (f"{EMPTY}   f\n", [], {" f": ""}),
+    (f"{EMPTY}  f\n{EMPTY}  missing\n", ["--ignore-missing"], {}),
+    (f"{EMPTY}  f\n{EMPTY}  missing\n", ["--ignore-missing", "--quiet"], {}),
+    (f"{EMPTY}  f\n{EMPTY}  missing\n", ["--ignore-missing", "--status"], {}),
+    (f"{EMPTY}  missing\n", ["--ignore-missing"], {}),
+    (f"{EMPTY}  missing\n", ["--ignore-missing", "--status"], {}),
+    (f"{EMPTY}  f\n{EMPTY}  g\n{EMPTY}  missing\n", ["--ignore-missing"], {"g": "changed"}),
+    (f"{EMPTY}  f\n{EMPTY}  missing\nxxx\nyyy\n", [], {}),
+    (f"{EMPTY}  f\n{EMPTY}  g\n{EMPTY}  h\n", [], {"g": "1", "h": "2"}),
+    (f"\\{EMPTY}  a\\nb\n", [], {}),
+    (f"\\{EMPTY}  a\\x\n", [], {}),
+    (f"\\{EMPTY}  a\\\n", [], {}),
+    (f"\\MD5 (a\\nb) = {EMPTY}\n", [], {}),
+    (f"# remark\n#{EMPTY}  f\n{EMPTY}  f\n", [], {}),
+    (f"{EMPTY}  f", [], {}),
+    (f"{EMPTY}  \n", [], {}),
+    (f"{EMPTY}\n", [], {}),
+]
+
+
+def without_system_messages(text):
+    """Why a file cannot be opened is told in each system's words."""
+    return [line for line in text.splitlines() if ": No such file" not in line and ": cannot open: " not in line]
+
+
+@pytest.mark.parametrize("case", range(len(COREUTILS_CASES)))
+def test_what_coreutils_test_md5sum_with(cifra, case):
+    text, options, files = COREUTILS_CASES[case]
+    for name, content in {"f": "", **files}.items():
+        cifra.write(name, content)
+    cifra.write("list.md5", text)
+    expected = coreutils(cifra.folder, "md5", *options, "--check", "list.md5")
+    result = cifra("hash", "-a", "md5", *options, "--check", "list.md5")
+    assert (result.text, result.code != 0) == (expected.stdout.decode(), expected.returncode != 0)
+    told = without_system_messages(expected.stderr.decode().replace("md5sum:", "cifra:"))
+    assert without_system_messages(result.error) == told
+
+
 def digest_line(name="f", content=b"content", algorithm="md5"):
     return f"{hashlib.new(algorithm, content).hexdigest()}  {name}"
 

@@ -109,7 +109,10 @@ void ChecksumCheck::Conclude(const std::string& list, const Counts& counts) {
     WarnOf(counts.wrong, "computed checksum did NOT match", "computed checksums did NOT match");
   }
   if (options.ignoresMissing && counts.verified == 0) {
-    problems.Report({ExitCode::kCannotRead, list + ": no file was verified"});
+    problems.Add(ExitCode::kCannotRead);
+    if (!options.isSilent) {
+      WriteMessage(list + ": no file was verified");
+    }
   }
 }
 

@@ -49,7 +49,7 @@ std::optional<ChecksumLine> ParseUntagged(const std::string& line) {
   }
   const std::optional<std::string> digest = HexDigits(line.substr(0, end));
   const Algorithm* const algorithm = digest ? AlgorithmOfDigits(digest->size()) : nullptr;
-  const bool hasMark = end + 1 < line.size() && (line[end + 1] == ' ' || line[end + 1] == '*');
+  const bool hasMark = end + 2 < line.size() && (line[end + 1] == ' ' || line[end + 1] == '*');
   const std::string name = line.substr(end + (hasMark ? 2 : 1));
   if (!algorithm || name.empty()) {
     return std::nullopt;
