@@ -77,6 +77,17 @@ def test_names_stay_text(page, tmp_path):
     assert "a&amp;'b.js" in texts["text"] and "\u202e" not in page
 
 
+def test_on_paper_a_file_has_one_line(page, tmp_path):
+    row = re.search(r'<details class="file" data-verdict="trusted".*?</div></details>\n', page, re.S)[0]
+    (tmp_path / "long.html").write_text(page.replace(row, row.replace("<details", "<details open", 1) + row * 150), encoding="utf-8")
+    subprocess.run(["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
+                    f"--user-data-dir={tmp_path}/profile",
+                    "--no-pdf-header-footer", f"--print-to-pdf={tmp_path}/long.pdf", f"file://{tmp_path}/long.html"],
+                   capture_output=True, timeout=120, check=True)
+    pages = len(re.findall(rb"/Type\s*/Page\b", (tmp_path / "long.pdf").read_bytes()))
+    assert 2 <= pages <= 8  # two lines for each file take twelve
+
+
 def test_without_a_script_all_is_there(page, tmp_path):
     document = browse(tmp_path, page.replace("<script>", "<script type='none'>"))
     assert '<div id="tools" hidden="">' in document

@@ -128,7 +128,7 @@ std::string SignatureHtml(const Record& signature) {
   const char* const cut = signature.at("cut").get<bool>() ? " (cut at a zero character)" : "";
   const std::string subject = NameText(signature.at("subject"));
   const std::string issuer = NameText(signature.at("issuer"));
-  return Element("h2", TextOf(signature.at("position")) + " signature") + "<dl>" +
+  return Element("h2", PositionText(signature)) + "<dl>" +
          Entry("verdict", TextOf(signature.at("verdict"))) +
          Entry("code", TextOf(signature.at("code")) + " " + TextOf(signature.at("name")), "code") +
          Entry("meaning", TextOf(signature.at("meaning"))) +
@@ -142,9 +142,8 @@ std::string SignatureHtml(const Record& signature) {
 std::string NotVerifiedHtml(const Record& signatures) {
   std::string html;
   for (const Record& signature : signatures) {
-    html +=
-        Element("h2", TextOf(signature.at("position")) + " signature, not verified by the system") +
-        FindingsHtml(signature.at("client"));
+    html += Element("h2", PositionText(signature) + ": not verified by the system") +
+            FindingsHtml(signature.at("client"));
   }
   return html;
 }

@@ -80,14 +80,6 @@ std::string ChainText(const Record& chain) {
   return text;
 }
 
-// Such as "secondary signature 1".
-std::string PositionText(const Record& signature) {
-  constexpr std::string_view kSecondary = "secondary";
-  std::string position = TextOf(signature.at("position"));
-  return position.insert(position.starts_with(kSecondary) ? kSecondary.size() : position.size(),
-                         " signature");
-}
-
 std::string FindingsText(const Record& found) {
   return "    found by cifra itself:\n" + CertificateText(found.at("certificate")) +
          MessageText(found.at("message")) + ChainText(found.at("chain"));

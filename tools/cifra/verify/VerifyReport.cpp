@@ -76,6 +76,13 @@ std::string NameText(const Record& name) {
   return text;
 }
 
+std::string PositionText(const Record& signature) {
+  constexpr std::string_view kSecondary = "secondary";
+  std::string position = TextOf(signature.at("position"));
+  return position.insert(position.starts_with(kSecondary) ? kSecondary.size() : position.size(),
+                         " signature");
+}
+
 std::string TextOf(const Record& value) {
   return value.is_string() ? value.get<std::string>() : std::string();
 }

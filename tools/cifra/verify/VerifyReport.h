@@ -77,6 +77,8 @@ class VerifyReport {
 
 // A distinguished name of the library's as one text, such as CN=A, O="B, C".
 std::string NameText(const Record& name);
+// Such as "secondary signature 1".
+std::string PositionText(const Record& signature);
 // A text of a record; empty for null.
 std::string TextOf(const Record& value);
 // Such as "RSA, 2048 bits".
