@@ -22,10 +22,12 @@ function(cifra_googletest)
   cifra_test_options(gtest)
 endfunction()
 
-# Test programs are compiled more often than they run; what they drive keeps its own options.
+# Test programs for Windows are compiled more often than they run, and wait for others then; those for
+# this machine calculate. What they drive keeps its own options.
 function(cifra_test_options target)
   if(NOT MSVC)
-    target_compile_options(${target} PRIVATE -O1 $<$<NOT:$<CONFIG:Debug>>:-g0>)
+    target_compile_options(${target} PRIVATE $<IF:$<BOOL:${WIN32}>,-O0,-O1>
+                                             $<$<NOT:$<CONFIG:Debug>>:-g0>)
   endif()
 endfunction()
 
