@@ -279,12 +279,14 @@ def test_a_file_that_takes_too_long_is_given_up_and_the_run_goes_on(played):
     for name, content in {"a.js": signature(), "b.js": SLEEP, "c.js": SLEEP, "d.js": signature("800B0109")}.items():
         played.write(name, content)
     for jobs in ("1", "2"):
-        result = played("verify", "-j", jobs, "--timeout", "5", "a.js", "b.js", "c.js", "d.js", "--format", "json")
+        result = played("verify", "-j", jobs, "--timeout", "5", "a.js", "b.js", "c.js", "d.js", "--format", "json",
+                        ends_processes=True)
         assert (result.code, result.error) == (22, "")
         document = records(result)
         assert [file["verdict"] for file in document["files"]] == ["trusted", "timed out", "timed out", "untrusted root"]
         assert document["files"][1]["code"] is None and document["failure"] is None
-    assert "c.js: timed out (the verification did not end within 1 s)\n" in played("verify", "--timeout", "1", "c.js").text
+    assert "c.js: timed out (the verification did not end within 1 s)\n" in played("verify", "--timeout", "1", "c.js",
+                                                                                              ends_processes=True).text
     wait_until(lambda: not workers(played), "what was given up goes on")
     for seconds in ("0", "1000001", "x"):
         assert played("verify", "--timeout", seconds, "a.js").code == 2

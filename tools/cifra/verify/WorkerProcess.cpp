@@ -130,6 +130,13 @@ WorkerProcess::WorkerProcess(const WorkerOptions& options)
   fromProcess = std::move(records.read);
 }
 
+// Leaves it a moment to end by itself before the job ends it.
+WorkerProcess::~WorkerProcess() {
+  constexpr DWORD kMilliseconds = 5000;
+  toProcess.reset();
+  WaitForSingleObject(process.get(), kMilliseconds);
+}
+
 void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE output) {
   for (const HANDLE end : {input, output}) {
     SetHandleInformation(end, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);

@@ -20,6 +20,7 @@ namespace client {
 class WorkerProcess {
  public:
   explicit WorkerProcess(const WorkerOptions& options);
+  ~WorkerProcess();
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;
 
