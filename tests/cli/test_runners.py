@@ -44,7 +44,7 @@ def test_a_program_that_is_not_there_is_the_runners_failure(tmp_path):
 
 def test_a_missing_dll_is_explained(tmp_path):
     whole = pathlib.Path(os.environ["CIFRA_PROGRAM"]).read_bytes()
-    content, count = re.subn(rb"SHELL32\.dll\0", b"SHELLXX.dll\0", whole)
+    content, count = re.subn(rb"KERNEL32\.dll\0", b"KERNELXX.dll\0", whole)
     assert count == 1
     program = tmp_path / "program.exe"
     program.write_bytes(content)
