@@ -127,7 +127,7 @@ def test_after_an_interrupted_question_the_console_echoes_again(cifra, monkeypat
     terminal.wait_for("Key:")
     terminal.press("\x03")
     code, shown = terminal.finish()
-    assert code == 0 and "code=130 echo=on" in shown
+    assert code == 0 and "code=130,echo=on" in shown
 
 
 def test_an_interrupted_run_leaves_the_old_output_and_no_other_file(keyed, monkeypatch):

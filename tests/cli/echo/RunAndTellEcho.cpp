@@ -44,6 +44,7 @@ int main() {
   CloseHandle(process.hProcess);
   DWORD mode = 0;
   GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode);
-  std::printf("code=%lu %s\n", code, (mode & ENABLE_ECHO_INPUT) != 0 ? "echo=on" : "echo=off");
+  // Without a blank, in whose place a console may move its cursor.
+  std::printf("code=%lu,%s\n", code, (mode & ENABLE_ECHO_INPUT) != 0 ? "echo=on" : "echo=off");
   return 0;
 }
