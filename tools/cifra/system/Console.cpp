@@ -66,8 +66,8 @@ bool WriteTo(HANDLE stream, std::string_view bytes) {
 
 bool OutputIsScreen() {
   // Asked once: for each of many small files the question would take as long as reading them.
-  static const bool isScreen = IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
-  return isScreen;
+  static const bool kIsScreen = IsConsole(GetStdHandle(STD_OUTPUT_HANDLE));
+  return kIsScreen;
 }
 
 void WriteOut(std::string_view bytes) {
