@@ -58,8 +58,10 @@ def openssl_reading(certificate):
     thumbprints = {name: tool("openssl", "x509", "-in", certificate, "-noout", "-fingerprint", f"-{name}")
                    .strip().split("=")[1].replace(":", "").lower() for name in ("sha256", "sha1")}
     curve = re.search(r"ASN1 OID: (\S+)", text)
+    # openssl leaves out the zero byte that keeps a number positive; the client shows all bytes of the encoding.
+    sign = "00" if int(fields["serial"][0], 16) >= 8 else ""
     return {
-        "serial": fields["serial"].lower(),
+        "serial": sign + fields["serial"].lower(),
         "validFrom": iso(fields["notBefore"]),
         "validTo": iso(fields["notAfter"]),
         "key": {"type": "EC" if curve else "RSA", "bits": int(re.search(r"Public-Key: \((\d+) bit\)", text)[1]),
