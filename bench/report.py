@@ -418,7 +418,8 @@ What bounds the rows, as found on x64:
   before 2011, need it.
 - `HashFile` reads and digests in turn, so copying from the system's cache adds to the digest's time.
 - The client on small files is bound by opening and closing them, which under Wine asks a server process
-  three times for each; two jobs keep that process awake, so they gain more than a second processor gives.
+  three times for each. One job has two threads that open the files ahead of the digest, so on two
+  processors a second job finds little left to gain.
 
 ## ARM64, by model
 

@@ -43,7 +43,8 @@ def tree(tmp_path_factory):
     places = [folder, folder / "sub", folder / "sub/Ordner ä", folder / "z"]
     for place in places:
         place.mkdir(exist_ok=True)
-    sizes = [0, 1, 55, 56, 63, 64, 65, 119, 120, 1 << 20, (1 << 20) + 1]
+    sizes = [0, 1, 55, 56, 63, 64, 65, 119, 120]
+    sizes += [size + more for size in (1 << 15, 1 << 20, (1 << 20) + (1 << 15)) for more in (-1, 0, 1)]
     for number in range(FILES):
         size = sizes[number] if number < len(sizes) else source.randrange(3000)
         (source.choice(places) / random_name(source, number)).write_bytes(source.randbytes(size))
@@ -261,6 +262,17 @@ def test_standard_input_is_a_file(cifra):
 
 def test_without_an_algorithm_it_is_sha256(cifra):
     assert cifra.succeed("hash", stdin=b"").text == digest_line("-", b"", "sha256") + "\n"
+
+
+@pytest.mark.parametrize("jobs", ["1", "2"])
+def test_standard_input_between_files_is_read_by_its_first_name(cifra, jobs):
+    cifra.write("a", b"one")
+    content = bytes(100_000)
+    lines = [digest_line(name, data, "sha256")
+             for name, data in (("-", content), ("a", b"one"), ("-", b""), ("a", b"one"))]
+    result = cifra.succeed("hash", "-j", jobs, "-", "a", "-", "a", stdin=content)
+    # With several jobs, which of the two names gets the content is not settled.
+    assert result.text.splitlines() in ([lines] if jobs == "1" else [lines, [lines[i] for i in (2, 1, 0, 3)]])
 
 
 def names_of(result):

@@ -56,6 +56,7 @@ Input Input::OfText(std::string text) {
   Input input;
   input.name = "the text";
   input.pending = std::move(text);
+  input.isAtEnd = true;
   return input;
 }
 
@@ -69,6 +70,12 @@ std::size_t Input::Read(std::span<std::uint8_t> buffer) {
     filled += count;
   }
   return filled;
+}
+
+void Input::ReadBeginning(std::span<std::uint8_t> buffer) {
+  const std::size_t count = Read(buffer);
+  pending.assign(reinterpret_cast<const char*>(buffer.data()), count);
+  isAtEnd = count < buffer.size();
 }
 
 std::string Input::ReadAll(std::uint64_t limit) {
@@ -98,7 +105,7 @@ std::size_t Input::ReadSome(std::span<std::uint8_t> buffer) {
   if (isConsole && pending.empty() && !ReadConsoleLine(handle, pending)) {
     throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot read");
   }
-  if (isConsole || !handle) {
+  if (isConsole || isAtEnd || !pending.empty()) {
     return TakePending(buffer);
   }
   DWORD count = 0;

@@ -24,6 +24,8 @@ class Input {
   // Fills the buffer, unless the input ends before. Returns the bytes read; fewer than the
   // buffer holds only at the end.
   std::size_t Read(std::span<std::uint8_t> buffer);
+  // Reads the beginning now, by means of the buffer; the next Read hands it out.
+  void ReadBeginning(std::span<std::uint8_t> buffer);
   // All that is left. Failure kBadData when that is more than the limit; a file's size is known
   // before it is read.
   std::string ReadAll(std::uint64_t limit = std::numeric_limits<std::uint64_t>::max());
@@ -43,7 +45,8 @@ class Input {
   FileHandle file;          // owned; empty for standard input
   HANDLE handle = nullptr;  // where to read from; null for a text
   bool isConsole = false;
-  std::string pending;  // the text, or the line of a console, that nobody took yet
+  bool isAtEnd = false;
+  std::string pending;  // what was read, or the given text, that nobody took yet
 };
 
 }  // namespace client

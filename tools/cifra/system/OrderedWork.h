@@ -22,10 +22,9 @@ namespace client {
 //   take    receives an item and its result;
 //   makeWorker  makes what turns an item into a result; called once for each thread.
 //
-// These three run on the caller's thread; a worker runs on one thread, and no other calls it. With
-// a single thread everything runs on the caller's. What a worker throws is thrown by Run when it is
-// the item's turn; that ends the run, as does what the others throw: items in work are then
-// finished, and their results dropped.
+// These three run on the caller's thread; a worker runs on one thread, and no other calls it. What
+// a worker throws is thrown by Run when it is the item's turn; that ends the run, as does what the
+// others throw: items in work are then finished, and their results dropped.
 template <typename Item, typename Result>
 class OrderedWork {
  public:
@@ -33,15 +32,22 @@ class OrderedWork {
   using Worker = std::function<Result(const Item&)>;
   using Take = std::function<void(const Item&, Result)>;
 
+  // With a single thread everything runs on the caller's.
   static void Run(std::size_t threads, const Next& next, const std::function<Worker()>& makeWorker,
                   const Take& take) {
-    if (threads <= 1) {
-      const Worker worker = makeWorker();
-      while (const std::optional<Item> item = next()) {
-        take(*item, worker(*item));
-      }
+    if (threads > 1) {
+      RunBeside(threads, next, makeWorker, take);
       return;
     }
+    const Worker worker = makeWorker();
+    while (const std::optional<Item> item = next()) {
+      take(*item, worker(*item));
+    }
+  }
+
+  // The workers have threads of their own, even a single one.
+  static void RunBeside(std::size_t threads, const Next& next,
+                        const std::function<Worker()>& makeWorker, const Take& take) {
     OrderedWork work;
     for (std::size_t i = 0; i < threads; ++i) {
       work.threads.emplace_back(&OrderedWork::WorkOff, &work, makeWorker());
