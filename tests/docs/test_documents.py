@@ -217,11 +217,13 @@ def test_the_recipes_are_well_formed_and_name_what_is_there():
         assert list(ROOT.glob(pattern)), pattern
     port = text_of("packaging/vcpkg/portfile.cmake")
     workflow = yaml.safe_load(text_of("packaging/windows.yml"))
-    steps = workflow["jobs"]["windows"]["steps"]
-    commands = port + recipe + "".join(step.get("run", "") for step in steps)
+    runs = [step.get("run", "") for job in workflow["jobs"].values() for step in job["steps"]]
+    commands = port + recipe + "".join(runs)
     options = set(re.findall(r"CIFRA_\w+", commands))
     assert options and options <= set(re.findall(r"option\((CIFRA_\w+)", text_of("CMakeLists.txt")
                                                  + text_of("cmake/CifraWarnings.cmake")))
+    scripts = [run for run in runs if run.startswith("scripts/")]
+    assert scripts and all((ROOT / script).is_file() for script in scripts)
     programs = set(re.findall(r"use\\(\w+)\.exe", commands))
     assert programs and all(list((ROOT / "examples").glob(f"{name}.c*")) for name in programs)
 
