@@ -63,17 +63,19 @@ std::string IdentifierOf(Bytes content) {
 
 std::string TimeOf(const DerReader::Value& value) {
   static const std::regex form(R"((\d{4})(\d\d)(\d\d)(\d\d)(\d\d)(\d\d)(\.\d*)?Z)");
+  if (value.tag != DerReader::kUtcTime && value.tag != DerReader::kGeneralizedTime) {
+    return "";
+  }
   std::string text(value.content.begin(), value.content.end());
   if (value.tag == DerReader::kUtcTime && text.size() > 1) {
     text = (text[0] < '5' ? "20" : "19") + text;
   }
-  const bool isTime = value.tag == DerReader::kUtcTime || value.tag == DerReader::kGeneralizedTime;
-  return isTime && std::regex_match(text, form)
-             ? std::regex_replace(text, form, "$1-$2-$3T$4:$5:$6$7Z")
-             : "";
+  return std::regex_match(text, form) ? std::regex_replace(text, form, "$1-$2-$3T$4:$5:$6$7Z") : "";
 }
 
-void Read(Bytes bytes) {
+void Read(Bytes bytes, bool isOutermost) {
+  // Read as an identifier at every depth, values in hundreds of others would take most of the time.
+  constexpr std::size_t kMostOfInner = 40;
   DerReader reader(bytes);
   for (;;) {
     const std::optional<Extent> extent = ExtentOf(bytes);
@@ -93,10 +95,12 @@ void Read(Bytes bytes) {
     Require(!second.Next(static_cast<std::uint8_t>(bytes[0] ^ 1)));
     Require(second.Next(bytes[0])->data() == content.data());
     Require(third.Next(bytes[0])->size() == content.size());
-    Require(client::ObjectIdText(content) == IdentifierOf(content));
+    if (isOutermost || content.size() <= kMostOfInner) {
+      Require(client::ObjectIdText(content) == IdentifierOf(content));
+    }
     Require(client::DerTimeText(*value) == TimeOf(*value));
     if (value->tag & kConstructed) {
-      Read(content);
+      Read(content, false);
     }
     bytes = bytes.subspan(extent->header + content.size());
   }
@@ -105,6 +109,6 @@ void Read(Bytes bytes) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Read(Bytes(data, size));
+  Read(Bytes(data, size), true);
   return 0;
 }
