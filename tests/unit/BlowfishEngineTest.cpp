@@ -115,7 +115,6 @@ TEST(BlowfishEngine, NewKey_LeavesNothingOfTheOldOne) {
 }
 
 // Every number of blocks up to several times the widest group.
-// The program's array allocations, watched while a Watch lives. The buffers of the standard
 TEST(BlowfishEngine, EveryNumberOfBlocks_AgreesWithTheReference) {
   Random random(6);
   const Bytes key = random.NextBytes(16);
