@@ -19,7 +19,7 @@ namespace {
 
 // A leaf that the processor does not have reads as zeros; asked for directly, the processor would
 // answer with its highest one.
-CpuidLeaf ReadLeaf(std::uint32_t number, std::uint32_t subleaf = 0) {
+CpuidLeaf ReadLeaf(std::uint32_t number, std::uint32_t subleaf) {
 #if defined(_MSC_VER) && !defined(__clang__)
   int words[4];
   __cpuid(words, 0);
@@ -49,19 +49,6 @@ std::uint64_t ReadXcr0() {
 
 constexpr bool HasBits(std::uint64_t word, std::uint64_t bits) { return (word & bits) == bits; }
 
-constexpr std::uint32_t kOsXsave = 1u << 27;
-
-CpuidAnswers Ask() {
-  CpuidAnswers answers{ReadLeaf(0), ReadLeaf(1), ReadLeaf(7), {}, 0};
-  if (answers.extensions.eax >= 1) {
-    answers.moreExtensions = ReadLeaf(7, 1);
-  }
-  if (HasBits(answers.base.ecx, kOsXsave)) {
-    answers.xcr0 = ReadXcr0();
-  }
-  return answers;
-}
-
 bool IsIntel(const CpuidLeaf& vendor) {
   return vendor.ebx == 0x756E6547 && vendor.edx == 0x49656E69 && vendor.ecx == 0x6C65746E;
 }
@@ -84,7 +71,7 @@ bool Has(std::uint32_t feature) {
   static constinit std::atomic<std::uint32_t> known = 0;
   std::uint32_t features = known.load(std::memory_order_relaxed);
   if (features == 0) {
-    features = FeaturesOf(Ask());
+    features = FeaturesOf(Ask(ReadLeaf, ReadXcr0));
     known.store(features, std::memory_order_relaxed);
   }
   return (features & feature) != 0;

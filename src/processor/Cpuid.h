@@ -29,6 +29,21 @@ inline constexpr std::uint32_t kVbmi = 1u << 4;
 inline constexpr std::uint32_t kFastGathers = 1u << 5;
 inline constexpr std::uint32_t kFastVectorRotation = 1u << 6;
 
+inline constexpr std::uint32_t kOsXsave = 1u << 27;  // in base.ecx
+
+// Asks for what the processor has: ReadXcr0 is an instruction that it may not know.
+template <typename ReadLeaf, typename ReadXcr0>
+CpuidAnswers Ask(ReadLeaf readLeaf, ReadXcr0 readXcr0) {
+  CpuidAnswers answers{readLeaf(0, 0), readLeaf(1, 0), readLeaf(7, 0), {}, 0};
+  if (answers.extensions.eax >= 1) {
+    answers.moreExtensions = readLeaf(7, 1);
+  }
+  if ((answers.base.ecx & kOsXsave) != 0) {
+    answers.xcr0 = readXcr0();
+  }
+  return answers;
+}
+
 // kKnown and each of the others that the answers stand for.
 std::uint32_t FeaturesOf(const CpuidAnswers& answers);
 

@@ -131,6 +131,29 @@ TEST(CpuFeatures, EachAnswer_TakesAwayWhatDependsOnIt) {
     EXPECT_EQ(kAll & ~change.lost, Features::FeaturesOf(answers)) << change.name;
   }
 }
+
+// A subleaf that is not there reads as anything, and XGETBV without XSAVE ends the program.
+TEST(CpuFeatures, Processors_AreAskedOnlyForWhatTheyHave) {
+  for (const std::uint32_t lastSubleaf : {0u, 1u, 2u}) {
+    for (const std::uint32_t xsave : {0u, Features::kOsXsave}) {
+      const auto readLeaf = [=](std::uint32_t number, std::uint32_t subleaf) {
+        const std::uint32_t last = number == 7 ? lastSubleaf : 0;
+        EXPECT_LE(subleaf, last);
+        return Features::CpuidLeaf{last, 1 + 16 * number + subleaf, xsave, 0};
+      };
+      const auto readXcr0 = [=] {
+        EXPECT_NE(0u, xsave);
+        return std::uint64_t{0xE7};
+      };
+      const Features::CpuidAnswers answers = Features::Ask(readLeaf, readXcr0);
+      EXPECT_EQ(0x01u, answers.vendor.ebx);
+      EXPECT_EQ(0x11u, answers.base.ebx);
+      EXPECT_EQ(0x71u, answers.extensions.ebx);
+      EXPECT_EQ(lastSubleaf == 0 ? 0u : 0x72u, answers.moreExtensions.ebx);
+      EXPECT_EQ(xsave == 0 ? 0u : 0xE7u, answers.xcr0);
+    }
+  }
+}
 #endif
 
 #if defined(__x86_64__) && defined(__GNUC__)
