@@ -45,6 +45,15 @@ def test_a_listed_name_is_the_file_of_exactly_that_name(odd):
     assert odd.succeed("hash", "--check", "list").text == "".join(f"d/{name}: OK\n" for name in ODD_NAMES)
 
 
+def test_a_listed_device_is_not_read(cifra):
+    names = ["//./nul", "//?/Z:/dev/null"]
+    cifra.write("list", "".join(f"{digest_of('')}  {name}\n" for name in names))
+    result = cifra("hash", "--check", "list")
+    assert (result.code, result.text) == (3, "".join(f"{name}: FAILED open or read\n" for name in names))
+    assert result.error.count(": is not a file\n") == 2
+    assert cifra.succeed("hash", names[0]).text == f"{digest_of('')}  {names[0]}\n"
+
+
 def test_exact_paths_may_be_given_and_are_shown_with_slashes(odd):
     exact = f"Z:{odd.folder}/d"
     typed = "\\\\?\\" + exact.replace("/", "\\")

@@ -27,6 +27,9 @@ Input::Input(const ListedFile& listed) {
   }
   name = ToUtf8(listed.name);
   Open(listed.Path());
+  if (listed.isFound && GetFileType(handle) != FILE_TYPE_DISK) {
+    throw Failure(ExitCode::kCannotRead, name + ": is not a file");
+  }
 }
 
 void Input::OpenStandard() {
@@ -39,9 +42,12 @@ void Input::OpenStandard() {
 }
 
 void Input::Open(const std::wstring& path) {
-  file.reset(NullIfInvalid(CreateFileW(
-      path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-      OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
+  // Names come from lists too: who serves a pipe may learn who opens it, and not act as that user.
+  constexpr DWORD kFlags =
+      FILE_FLAG_SEQUENTIAL_SCAN | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+  file.reset(NullIfInvalid(CreateFileW(path.c_str(), GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                       nullptr, OPEN_EXISTING, kFlags, nullptr)));
   if (!file) {
     const DWORD error = GetLastError();
     if (IsFolder(path)) {
