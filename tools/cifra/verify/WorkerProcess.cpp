@@ -12,6 +12,7 @@ namespace client {
 namespace {
 
 constexpr std::size_t kMostFiles = 500;
+constexpr DWORD kMillisecondsToEnd = 5000;
 
 [[noreturn]] void Fail(const char* what) {
   throw Failure::OfSystem(ExitCode::kInternal, "verification", what);
@@ -132,9 +133,8 @@ WorkerProcess::WorkerProcess(const WorkerOptions& options)
 
 // Leaves it a moment to end by itself before the job ends it.
 WorkerProcess::~WorkerProcess() {
-  constexpr DWORD kMilliseconds = 5000;
   toProcess.reset();
-  WaitForSingleObject(process.get(), kMilliseconds);
+  WaitForSingleObject(process.get(), kMillisecondsToEnd);
 }
 
 void WorkerProcess::Start(const std::wstring& commandLine, HANDLE input, HANDLE output) {
@@ -167,8 +167,12 @@ std::optional<std::string> WorkerProcess::Ask(const Job& job) {
 }
 
 DWORD WorkerProcess::EndCode() const {
+  // A process whose answer could not be read still runs.
+  if (WaitForSingleObject(process.get(), kMillisecondsToEnd) == WAIT_TIMEOUT) {
+    TerminateProcess(process.get(), ERROR_INVALID_DATA);
+    WaitForSingleObject(process.get(), INFINITE);
+  }
   DWORD code = 0;
-  WaitForSingleObject(process.get(), INFINITE);
   GetExitCodeProcess(process.get(), &code);
   return code;
 }
@@ -192,7 +196,8 @@ Record FileVerifier::Verify(const Job& job) {
       }
       continue;
     }
-    if (process->Asked() >= kMostFiles) {
+    // The time may have run out just after the answer.
+    if (process->Asked() >= kMostFiles || process->IsTimedOut()) {
       process.reset();
     }
     Record record = Record::parse(*packet);
