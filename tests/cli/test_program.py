@@ -78,6 +78,7 @@ def test_versions(cifra):
         (["hash", "x", ""], "FILE: is empty"),
         (["hash", "-a"], "--algorithm: its value is missing"),
         (["verify"], "FILE"),
+        (["verify", "-j", "0", "x"], "--jobs"),
         (["version", "more"], "more"),
     ],
 )

@@ -112,6 +112,14 @@ def test_the_exit_code_is_that_of_the_gravest_verdict(played):
         assert played("verify", *reversed(files[i:])).code == code, verdict
 
 
+def test_what_is_not_found_counts_like_what_cannot_be_opened(played):
+    played.write("read.me", UNSIGNED)
+    for name in ("none*", "none"):
+        assert played("verify", name, "read.me").code == 3
+    played.write("a.js", UNSIGNED)
+    assert played("verify", "none*", "a.js").code == 15
+
+
 def test_a_file_that_crashes_the_platform_does_not_end_the_run(played):
     for name, content in {"a.js": signature(), "b.js": CRASH, "c.js": signature(BAD_DIGEST), "d.js": CRASH}.items():
         played.write(name, content)

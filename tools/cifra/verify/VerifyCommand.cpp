@@ -34,6 +34,7 @@ struct Options {
   bool usesNoCatalog = false;
   bool isWorker = false;
   JobsOption jobs;
+  std::size_t workers = 1;  // as jobs says
   std::string progress = kAutoProgress;
   std::string format = kTextFormat;
 };
@@ -68,6 +69,7 @@ void Check(Options& options) {
     FailUsage("--timeout: " + std::to_string(seconds) + " is not between 1 and " +
               std::to_string(kMostSeconds));
   }
+  options.workers = options.jobs.Or(ProcessorCount());
   for (const std::string& signer : options.signers) {
     if (!options.policy.AddSigner(signer)) {
       FailUsage("--signer: " + signer + " is no SHA-256 or SHA-1 thumbprint");
@@ -90,8 +92,9 @@ class Run {
     const std::unique_ptr<CifraLibrary> library = Begin();
     VerifyAll(FileList(options.files, options.isRecursive, problems));
     report.End(nullptr);
-    const Verdict gravest = report.Counts().Gravest();
-    return gravest == Verdict::kTrusted ? problems.Result() : ExitCodeOf(gravest);
+    const bool isAllFound = problems.Result() == ExitCode::kSuccess;
+    return ExitCodeOf(
+        GraverOf(report.Counts().Gravest(), isAllFound ? Verdict::kTrusted : Verdict::kCannotOpen));
   }
 
   // Leaves a whole document when the run ends early.
@@ -143,7 +146,7 @@ class Run {
         return verifier->Verify(job);
       };
     };
-    OrderedWork<Job, Record>::Run(options.jobs.Or(ProcessorCount()), next, makeWorker,
+    OrderedWork<Job, Record>::Run(options.workers, next, makeWorker,
                                   [&](const Job& job, const Record& record) {
                                     progress.Add(SizeOf(job.file));
                                     const Progress::Pause pause = progress.Hide();
