@@ -28,6 +28,7 @@ def test_each_command_explains_itself_on_a_screen_of_80_columns(cifra, command):
         text = cifra.succeed(command, option).text
         assert f"cifra {command}" in text
         assert max(map(len, text.splitlines())) <= 80
+        assert "\n\n\n" not in text
     if command != "version":
         assert "Examples:" in text
 

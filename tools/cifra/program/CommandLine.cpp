@@ -59,6 +59,14 @@ class HelpFormatter : public CLI::Formatter {
     return line + Wrapped(option->get_description()) + "\n";
   }
 
+  std::string make_help(const CLI::App* command, std::string name,
+                        CLI::AppFormatMode mode) const override {
+    std::string help = Formatter::make_help(command, std::move(name), mode);
+    // An option that is not for users leaves an empty line.
+    const std::size_t gap = help.find("\n\n\n");
+    return gap == help.npos ? help : help.erase(gap, 1);
+  }
+
   std::string make_option_opts(const CLI::Option* option) const override {
     return option->get_type_name().empty() ? "" : " " + option->get_type_name();
   }
