@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "system/Failure.h"
 #include "system/Handles.h"
@@ -96,13 +97,21 @@ class Collector {
     files.push_back({name == kStandardStream ? L"./" + name : name, true});
   }
 
+  // Does not call itself: a path may have more parts than a thread's stack has room for.
   void Walk(const std::wstring& folder) {
-    for (const Entry& entry : List(folder)) {
-      const std::wstring path = Joined(folder, entry.name);
-      if (!entry.isFolder) {
+    std::vector<std::pair<std::wstring, bool>> pending{{folder, true}};  // the next one last
+    while (!pending.empty()) {
+      const auto [path, isFolder] = std::move(pending.back());
+      pending.pop_back();
+      if (!isFolder) {
         AddFound(path);
-      } else if (!entry.isLink) {
-        Walk(path);
+        continue;
+      }
+      const std::vector<Entry> entries = List(path);
+      for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if (!entry->isFolder || !entry->isLink) {
+          pending.emplace_back(Joined(path, entry->name), entry->isFolder);
+        }
       }
     }
   }
