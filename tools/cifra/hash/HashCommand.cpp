@@ -1,5 +1,6 @@
 #include "hash/HashCommand.h"
 
+#include <exception>
 #include <functional>
 #include <memory>
 
@@ -97,6 +98,9 @@ void RunAndEnd(HashReport& report, const std::function<void()>& run) {
     if (failure.Code() != ExitCode::kCannotWrite) {
       report.End();
     }
+    throw;
+  } catch (const std::exception&) {
+    report.End();
     throw;
   }
   report.End();
