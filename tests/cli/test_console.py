@@ -152,6 +152,20 @@ def test_interrupted_digests_are_a_whole_document(cifra, monkeypatch):
     assert result.code == 130 and result.text.count("\n") == 1
 
 
+def test_one_interruption_ends_digests_that_wait_for_standard_input(cifra, monkeypatch):
+    monkeypatch.setenv("CIFRA_INPUT", "pipe")
+    cifra.write("a", "a")
+    for jobs in ("1", "2"):
+        result = Interrupted(cifra, "hash", "--format", "json", "-j", jobs, "a", "-",
+                             when=lambda output: b'"a"' in output.read_bytes(), monkeypatch=monkeypatch)
+        assert result.code == 130 and "cifra: interrupted" in result.shown
+        assert [record["file"] for record in json.loads(result.text)] == ["a"]
+    for arguments, begin in ((["--check", "--format", "csv"], b"file,"), (["a", "-"], b"  a\n")):
+        result = Interrupted(cifra, "hash", *arguments, when=lambda output: begin in output.read_bytes(),
+                             monkeypatch=monkeypatch)
+        assert (result.code, result.text.count("\n")) == (130, 1)
+
+
 def test_a_character_cut_by_a_piece_of_the_input_is_shown_whole(cifra):
     encoded = base64.b64encode("aaü€".encode())
     for cut in (4, 8):  # inside of either character

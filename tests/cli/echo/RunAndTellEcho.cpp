@@ -18,17 +18,27 @@ HANDLE CreateInherited(const wchar_t* path) {
   return CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
 }
 
+// Where one reads for ever: the end that is written to stays open here, and nobody writes.
+HANDLE CreateSilentPipe() {
+  HANDLE read = nullptr;
+  HANDLE write = nullptr;
+  CreatePipe(&read, &write, nullptr, 0);
+  SetHandleInformation(read, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+  return read;
+}
+
 }  // namespace
 
 int main() {
   SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
   static Variable command(L"CIFRA_COMMAND");
   static const Variable output(L"CIFRA_OUTPUT");  // the file that it writes to, not the console
+  static const Variable input(L"CIFRA_INPUT");    // "pipe", not the console
   STARTUPINFOW start{};
   start.cb = sizeof(start);
   if (output.text[0] != 0) {
     start.dwFlags = STARTF_USESTDHANDLES;
-    start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    start.hStdInput = input.text[0] != 0 ? CreateSilentPipe() : GetStdHandle(STD_INPUT_HANDLE);
     start.hStdOutput = CreateInherited(output.text);
     start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   }

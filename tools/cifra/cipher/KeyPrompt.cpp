@@ -6,6 +6,7 @@
 
 #include "system/Failure.h"
 #include "system/Handles.h"
+#include "system/Interruption.h"
 #include "system/SecretBuffer.h"
 
 namespace client {
@@ -43,7 +44,7 @@ class EchoOff {
  private:
   static BOOL WINAPI Restore(DWORD) {
     SetConsoleMode(console, mode);
-    return FALSE;  // the next handler, the system's, ends the process
+    return FALSE;  // the next handler, the program's, ends the process
   }
 
   static inline HANDLE console = nullptr;
@@ -63,7 +64,11 @@ std::size_t PromptWithoutEcho(const wchar_t* prompt, std::span<wchar_t> line) {
     SecretBuffer<wchar_t, 1> unit;
     while (*unit.Data() != L'\n') {
       DWORD read = 0;
+      SetLastError(ERROR_SUCCESS);
       if (!ReadConsoleW(keyboard.get(), unit.Data(), 1, &read, nullptr) || read == 0) {
+        if (GetLastError() == ERROR_OPERATION_ABORTED) {
+          AwaitInterruption();
+        }
         throw Failure(ExitCode::kBadKey, "no key: the question for it was not answered");
       }
       if (!std::wcschr(L"\r\n", *unit.Data()) && count < line.size()) {

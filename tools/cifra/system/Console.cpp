@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "system/Failure.h"
+#include "system/Interruption.h"
 #include "system/Unicode.h"
 
 namespace client {
@@ -90,8 +91,12 @@ bool ReadConsoleLine(HANDLE console, std::string& line) {
   constexpr DWORD kMostUnits = 4096;
   std::wstring units(kMostUnits + 1, L'\0');
   DWORD count = 0;
+  SetLastError(ERROR_SUCCESS);
   if (!ReadConsoleW(console, units.data(), kMostUnits, &count, nullptr)) {
     return false;
+  }
+  if (count == 0 && GetLastError() == ERROR_OPERATION_ABORTED) {
+    AwaitInterruption();
   }
   const wchar_t last = units[count == 0 ? 0 : count - 1];
   if (count == kMostUnits && (IS_HIGH_SURROGATE(last) || last == L'\r')) {  // a pair was cut

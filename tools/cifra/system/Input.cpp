@@ -2,14 +2,64 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
 
 #include "system/Console.h"
 #include "system/Failure.h"
 #include "system/FileList.h"
+#include "system/Interruption.h"
 #include "system/Paths.h"
 #include "system/Unicode.h"
 
 namespace client {
+namespace {
+
+struct Reading {
+  std::size_t bytes = 0;
+  DWORD error = ERROR_SUCCESS;
+};
+
+// No bytes and no error: the input is at its end.
+Reading ReadOnce(HANDLE handle, std::span<std::uint8_t> buffer) {
+  DWORD count = 0;
+  const auto most = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 1U << 22));
+  if (ReadFile(handle, buffer.data(), most, &count, nullptr)) {
+    return {count, ERROR_SUCCESS};
+  }
+  const DWORD error = GetLastError();
+  return {0, error == ERROR_BROKEN_PIPE ? ERROR_SUCCESS : error};  // the writer closed its end
+}
+
+// Fills the buffer from where nothing may come for ever. Asked to end, the run leaves the thread
+// that waits for it behind, with the memory that it reads into.
+Reading FillUnlessInterrupted(HANDLE handle, std::span<std::uint8_t> buffer) {
+  struct Shared {
+    std::vector<std::uint8_t> buffer;
+    Reading result;
+    FileHandle isDone{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  };
+  const auto shared = std::make_shared<Shared>();
+  shared->buffer.resize(buffer.size());
+  std::thread([handle, shared] {
+    Reading& result = shared->result;
+    Reading last;
+    do {
+      last = ReadOnce(handle, std::span(shared->buffer).subspan(result.bytes));
+      result = {result.bytes + last.bytes, last.error};
+    } while (last.bytes > 0 && result.bytes < shared->buffer.size());
+    SetEvent(shared->isDone.get());
+  }).detach();
+  const HANDLE ends[] = {shared->isDone.get(), InterruptionEvent()};
+  if (WaitForMultipleObjects(2, ends, FALSE, INFINITE) != WAIT_OBJECT_0) {
+    AwaitInterruption();
+  }
+  std::copy_n(shared->buffer.begin(), shared->result.bytes, buffer.begin());
+  return shared->result;
+}
+
+}  // namespace
 
 Input::Input(const std::wstring& path) {
   if (path == kStandardStream) {
@@ -114,16 +164,13 @@ std::size_t Input::ReadSome(std::span<std::uint8_t> buffer) {
   if (isConsole || isAtEnd || !pending.empty()) {
     return TakePending(buffer);
   }
-  DWORD count = 0;
-  const auto most = static_cast<DWORD>(std::min<std::size_t>(buffer.size(), 1U << 22));
-  if (!ReadFile(handle, buffer.data(), most, &count, nullptr)) {
-    const DWORD error = GetLastError();
-    if (error == ERROR_BROKEN_PIPE) {  // the writer closed its end
-      return 0;
-    }
-    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot read", error);
+  const bool mayWait = !file && EndsOrderly();
+  const Reading reading =
+      mayWait ? FillUnlessInterrupted(handle, buffer) : ReadOnce(handle, buffer);
+  if (reading.error != ERROR_SUCCESS) {
+    throw Failure::OfSystem(ExitCode::kCannotRead, name, "cannot read", reading.error);
   }
-  return count;
+  return reading.bytes;
 }
 
 std::size_t Input::TakePending(std::span<std::uint8_t> buffer) {

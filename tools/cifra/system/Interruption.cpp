@@ -12,7 +12,7 @@ std::atomic<int> orderlyEnds = 0;
 
 BOOL WINAPI OnControl(DWORD kind) {
   const bool isFirst = WaitForSingleObject(InterruptionEvent(), 0) == WAIT_TIMEOUT;
-  if (orderlyEnds == 0 || !isFirst) {
+  if (!EndsOrderly() || !isFirst) {
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitCode::kInterrupted));
   }
   SetEvent(InterruptionEvent());
@@ -33,14 +33,22 @@ OrderlyEnd::OrderlyEnd(bool isWanted) : isHeld(isWanted) { orderlyEnds += isHeld
 
 OrderlyEnd::~OrderlyEnd() { orderlyEnds -= isHeld ? 1 : 0; }
 
+bool EndsOrderly() { return orderlyEnds > 0; }
+
 HANDLE InterruptionEvent() {
   static const FileHandle kEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   return kEvent.get();
 }
 
+void AwaitInterruption() {
+  constexpr DWORD kMilliseconds = 5000;
+  WaitForSingleObject(InterruptionEvent(), kMilliseconds);
+  throw Failure(ExitCode::kInterrupted, "interrupted");
+}
+
 void ThrowIfInterrupted() {
   if (WaitForSingleObject(InterruptionEvent(), 0) == WAIT_OBJECT_0) {
-    throw Failure(ExitCode::kInterrupted, "interrupted");
+    AwaitInterruption();
   }
 }
 

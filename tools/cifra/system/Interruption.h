@@ -20,8 +20,15 @@ class OrderlyEnd {
   bool isHeld;
 };
 
+// True while an OrderlyEnd lives.
+bool EndsOrderly();
+
 // Signalled once the run is asked to end.
 HANDLE InterruptionEvent();
+
+// For what Ctrl+C cut short, before or after its handler was called: Failure kInterrupted, unless
+// the handler ends the program.
+[[noreturn]] void AwaitInterruption();
 
 // Failure kInterrupted when the run is asked to end.
 void ThrowIfInterrupted();
