@@ -423,3 +423,13 @@ def test_programs_are_told_how_far_the_work_is(cifra):
     result = cifra("hash", "--progress", "json", "a", "b")
     assert (result.code, len(names_of(result))) == (0, 2)
     assert json.loads(result.error.splitlines()[-1]) == {"bytesDone": 1234, "bytesTotal": 1234}
+
+
+def test_whether_the_output_is_a_screen_is_asked_once_a_run(cifra):
+    names = [str(i) for i in range(20)]
+    for name in names:
+        cifra.write(name, name)
+    # The system's question to the console, as Wine logs it.
+    asked = [cifra("hash", *given, env={"WINEDEBUG": "-all,trace+file"}).error.count("NtDeviceIoControlFile")
+             for given in (names[:1], names)]
+    assert asked[0] == asked[1] > 0
