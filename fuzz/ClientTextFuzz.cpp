@@ -5,10 +5,12 @@
 #include "Require.h"
 #include "cipher/Base64Text.h"
 #include "reference/Base64Reference.h"
+#include "verify/ScriptSignature.h"
 
-// What the client does to Base64 text that people hand it: white space goes, the rest stays.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string given(reinterpret_cast<const char*>(data), size);
+namespace {
+
+// White space goes, the rest stays.
+void TestBase64(const std::string& given) {
   std::string text = given;
   client::RemoveWhiteSpace(text);
   std::size_t place = 0;
@@ -23,5 +25,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const char character : reason) {
     Cifra::Fuzz::Require(character >= ' ' && character <= '~');
   }
+}
+
+// Whole groups of Base64 characters, and none without both marks.
+void TestScript(const std::string& given) {
+  const std::string signature = client::ScriptSignature(given);
+  Cifra::Fuzz::Require(signature.size() % 4 == 0 && signature.size() <= given.size());
+  Cifra::Fuzz::Require(client::DescribeNotBase64(signature).find("it contains") ==
+                       std::string::npos);
+  const bool isWide = given.starts_with("\xFF\xFE") || given.starts_with("\xFE\xFF");
+  const bool hasMarks = given.find("Begin signature block") < given.rfind("End signature block");
+  Cifra::Fuzz::Require(signature.empty() || isWide || hasMarks);
+}
+
+}  // namespace
+
+// What the client does to text that people hand it.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string given(reinterpret_cast<const char*>(data), size);
+  TestBase64(given);
+  TestScript(given);
   return 0;
 }

@@ -45,6 +45,15 @@ def encoded_values():
     yield b"\x30\x84\xff\xff\xff\xff"
 
 
+def client_texts():
+    for n in LENGTHS:
+        text = base64.encodebytes(content(n))
+        yield text
+        script = b"text\r\n# SIG # Begin signature block\r\n# " + text + b"# SIG # End signature block\r\n"
+        yield script
+        yield script.decode().encode("utf-16")
+
+
 SEEDS = {
     "Base64Fuzz": lambda: (content(n) for n in LENGTHS),
     "Base64ObjectFuzz": lambda: (base64.b64encode(content(n)) + b"\0" * 4 for n in LENGTHS),
@@ -52,7 +61,7 @@ SEEDS = {
     "BlowfishObjectFuzz": lambda: (content(n) for n in LENGTHS),
     # The fuzzers take their choices from the end.
     "ChecksumFuzz": lambda: (line + bytes([0, 0, mode, 0, 0]) for line in digest_lines() for mode in (0, 1)),
-    "ClientTextFuzz": lambda: (base64.encodebytes(content(n)) for n in LENGTHS),
+    "ClientTextFuzz": client_texts,
     "CollectionsFuzz": lambda: (content(n) + bytes([mode]) for n in LENGTHS for mode in (0, 1)),
     "DerFuzz": encoded_values,
     "Md5Fuzz": lambda: (content(n) for n in LENGTHS),

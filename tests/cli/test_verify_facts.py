@@ -35,6 +35,12 @@ def found(tmp_path_factory):
     (folder / "read.me").write_text("text")
     for name in ("short.txt", "short.ps1", "short.exe"):
         (folder / name).write_text("MZ\n")
+    # Of other languages, whose comments are others, with a signature that is not theirs.
+    script = (folder / "signed.ps1").read_text()
+    for kind, mark in (("js", "// SIG // "), ("vbs", "'' SIG '' ")):
+        (folder / f"marked.{kind}").write_text(re.sub("^# (SIG # )?", mark, script, flags=re.M))
+    (folder / "cut.ps1").write_text(script[:-100])
+    (folder / "garbled.ps1").write_text(script.replace("# MII", "# MIJ"))
     place_in_system(os.environ["CIFRA_STANDIN_NAMES"])
     client = Client(folder, pathlib.Path(os.environ["CIFRA_PROGRAM"]))
     names = sorted(path.name for path in folder.iterdir() if path.is_file())
@@ -192,13 +198,28 @@ def test_a_catalog_is_read_as_openssl_reads_it(found, tmp_path):
 
 
 def test_a_signed_script_is_what_the_system_says(found):
+    folder, files = found
+    stamper = openssl_reading(folder / "work/stamper.pem")
+    for name in ("signed.ps1", "signed-16.ps1", "signed.ps1xml", "signed.mof", "marked.js", "marked.vbs"):
+        file = files[name]
+        assert (file["kind"], file["signaturesFound"]) == ("script", 1), name
+        if file["code"] == "0x800B0003":  # Wine's: it knows no signatures in scripts
+            assert (file["verdict"], file["signatures"]) == ("unsigned", [])
+        else:
+            assert file["verdict"] == ("untrusted root" if name.startswith("signed") else "damaged")
+        [signature] = file["signatures"] + file["notVerified"]
+        certificate, message = signature["client"]["certificate"], signature["client"]["message"]
+        expected = openssl_reading(folder / "work/rsa.pem")
+        assert {key: certificate[key] for key in expected} == expected, name
+        assert (message["digest"], message["fileDigest"]) == ("sha256", "sha256")
+        assert message["timestamp"]["time"] == "2023-11-14T22:15:00Z"
+        assert {key: message["timestamp"]["authority"][key] for key in stamper} == stamper
+
+
+def test_in_a_script_without_a_whole_signature_none_is_found(found):
     _, files = found
-    script = files["signed.ps1"]
-    assert script["kind"] == "script"
-    if script["code"] == "0x800B0003":  # Wine's: it knows no signatures in scripts, and neither does the client
-        assert (script["verdict"], script["signatures"], script["signaturesFound"]) == ("unsigned", [], 0)
-    else:
-        assert script["verdict"] == "untrusted root" and len(script["signatures"]) == 1
+    for name in ("unsigned.ps1", "unsigned-16.ps1", "cut.ps1", "garbled.ps1"):
+        assert (files[name]["signaturesFound"], files[name]["notVerified"]) == (0, []), name
 
 
 def test_a_changed_file_still_tells_who_signed_it(found):

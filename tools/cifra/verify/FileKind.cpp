@@ -109,6 +109,8 @@ bool HasExtension(const std::wstring& path, std::span<const std::wstring_view> e
 
 }  // namespace
 
+bool IsScript(const std::wstring& path) { return HasExtension(path, kScripts); }
+
 std::string SignableKind(const std::wstring& path) {
   constexpr std::size_t kBegin = 512;
   const FileBytes file(path);
@@ -125,7 +127,7 @@ std::string SignableKind(const std::wstring& path) {
   if (IsCatalog(begin)) {
     return "catalog";
   }
-  if (HasExtension(path, kScripts)) {
+  if (IsScript(path)) {
     return "script";
   }
   const bool isZip = begin.starts_with("PK\3\4") || begin.starts_with("EXBH");

@@ -9,4 +9,7 @@ namespace client {
 // be read.
 std::string SignableKind(const std::wstring& path);
 
+// True for a script by its name.
+bool IsScript(const std::wstring& path);
+
 }  // namespace client

@@ -141,7 +141,7 @@ FileSignatures ReadSignatures(const CifraLibrary& library, const ListedFile& fil
   }
   kx::List<Cifra::Chain> chains;
   const std::vector<Observer::Seen> verified = Verify(library, file, options.isOnline, chains);
-  const std::vector<SignedMessage> messages = ReadMessages(file.Path());
+  const std::vector<SignedMessage> messages = ReadMessages(file);
   FileSignatures found;
   found.foundByClient = messages.size();
   const std::vector<const Cifra::Chain*> given = Elements(chains);

@@ -5,9 +5,13 @@
 #include <iterator>
 #include <utility>
 
+#include "system/FileList.h"
 #include "system/Handles.h"
+#include "system/Input.h"
 #include "system/Unicode.h"
 #include "verify/AlgorithmNames.h"
+#include "verify/FileKind.h"
+#include "verify/ScriptSignature.h"
 
 namespace client {
 namespace {
@@ -78,6 +82,36 @@ LocalMemory<CMSG_SIGNER_INFO> DecodeSigner(const CRYPT_ATTR_BLOB& encoded) {
                           CRYPT_DECODE_ALLOC_FLAG, nullptr, &decoded, &size) != 0;
   return LocalMemory<CMSG_SIGNER_INFO>(isDecoded ? static_cast<CMSG_SIGNER_INFO*>(decoded)
                                                  : nullptr);
+}
+
+std::optional<SignedMessage> ReadEmbedded(const std::wstring& path) {
+  HCRYPTMSG opened = nullptr;
+  if (!CryptQueryObject(
+          CERT_QUERY_OBJECT_FILE, path.c_str(),
+          CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED | CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED,
+          CERT_QUERY_FORMAT_FLAG_BINARY, 0, nullptr, nullptr, nullptr, nullptr, &opened, nullptr)) {
+    return std::nullopt;
+  }
+  return SignedMessage(MessageHandle(opened));
+}
+
+std::optional<SignedMessage> ReadScript(const ListedFile& file) {
+  constexpr std::uint64_t kMostBytes = 1U << 24;
+  const std::uint64_t size = SizeOf(file);
+  if (size > kMostBytes) {
+    return std::nullopt;
+  }
+  std::vector<std::uint8_t> script(size);
+  script.resize(Input(file).Read(script));
+  const std::string base64 =
+      ScriptSignature({reinterpret_cast<const char*>(script.data()), script.size()});
+  std::vector<std::uint8_t> encoded(base64.size());
+  auto count = static_cast<DWORD>(encoded.size());
+  if (base64.empty() || !CryptStringToBinaryA(base64.data(), count, CRYPT_STRING_BASE64,
+                                              encoded.data(), &count, nullptr, nullptr)) {
+    return std::nullopt;
+  }
+  return SignedMessage::Decode(Bytes(encoded).first(count));
 }
 
 }  // namespace
@@ -208,20 +242,17 @@ StampFacts SignedMessage::Token() const {
   return stamp;
 }
 
-std::vector<SignedMessage> ReadMessages(const std::wstring& path) {
-  HCRYPTMSG opened = nullptr;
-  if (!CryptQueryObject(
-          CERT_QUERY_OBJECT_FILE, path.c_str(),
-          CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED | CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED,
-          CERT_QUERY_FORMAT_FLAG_BINARY, 0, nullptr, nullptr, nullptr, nullptr, &opened, nullptr)) {
-    return {};
+std::vector<SignedMessage> ReadMessages(const ListedFile& file) {
+  std::optional<SignedMessage> message = ReadEmbedded(file.Path());
+  if (!message && IsScript(file.Path())) {
+    message = ReadScript(file);
   }
   std::vector<SignedMessage> messages;
-  messages.emplace_back(MessageHandle(opened));
-  if (!messages.front().HasSigner()) {
-    return {};
+  if (message && message->HasSigner()) {
+    std::vector<SignedMessage> nested = message->Nested();
+    messages.push_back(std::move(*message));
+    std::ranges::move(nested, std::back_inserter(messages));
   }
-  std::ranges::move(messages.front().Nested(), std::back_inserter(messages));
   return messages;
 }
 

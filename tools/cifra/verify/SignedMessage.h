@@ -9,6 +9,8 @@
 
 namespace client {
 
+struct ListedFile;
+
 // A time stamp as a signature holds it. It was not verified: that is the library's.
 struct StampFacts {
   std::string kind;  // "RFC 3161" or "Authenticode"
@@ -53,8 +55,9 @@ class SignedMessage {
   StoreHandle certificates;
 };
 
-// The signatures in a file, primary one first, found by the platform's message functions. Empty
-// when there is none or they cannot be read.
-std::vector<SignedMessage> ReadMessages(const std::wstring& path);
+// The signatures in a file, primary one first, found by the platform's message functions. Those of
+// a script are also found where the platform has nothing that reads scripts. Empty when there is
+// none or they cannot be read.
+std::vector<SignedMessage> ReadMessages(const ListedFile& file);
 
 }  // namespace client
