@@ -114,6 +114,17 @@ class Client:
         return sorted(path.name for path in self.folder.iterdir())
 
 
+def pytest_configure(config):
+    config.addinivalue_line("markers", "once: tests nothing of the processor, see CMakeLists.txt")
+
+
+def pytest_collection_modifyitems(config, items):
+    if os.environ.get("CIFRA_WITHOUT_ONCE"):
+        once = [item for item in items if item.get_closest_marker("once")]
+        config.hook.pytest_deselected(items=once)
+        items[:] = [item for item in items if item not in once]
+
+
 @pytest.fixture
 def program():
     return pathlib.Path(os.environ["CIFRA_PROGRAM"])

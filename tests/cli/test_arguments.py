@@ -23,6 +23,7 @@ def test_each_file_is_the_name_that_was_typed(cifra):
     assert alone == f"{digest_of('[a]')}  [a]\n"
 
 
+@pytest.mark.once
 def test_a_value_is_what_was_typed(cifra):
     for value in ("[x]", "{}", "=x", "-", "--quiet"):
         for option in (["--output", value], [f"--output={value}"]):
@@ -65,6 +66,7 @@ REFUSED = [
 ]
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("arguments, words", REFUSED, ids=lambda value: " ".join(value) if isinstance(value, list) else "")
 def test_what_makes_no_sense_is_refused(cifra, arguments, words):
     cifra.write("important.doc", "important")

@@ -18,7 +18,10 @@ def decrypt(keyed, *arguments, **options):
     return keyed("decrypt", "--key-file", "my.key", *arguments, **options)
 
 
-@pytest.mark.parametrize("length", [0, 1, 7, 8, 9, 1000, PIECE - 1, PIECE, PIECE + 1])
+ONCE = [pytest.param(length, marks=pytest.mark.once) for length in (1, 7, 8, 1000, PIECE - 1, PIECE)]
+
+
+@pytest.mark.parametrize("length", [0, 9, PIECE + 1, *ONCE])
 def test_bytes_come_back_with_the_length_that_encrypt_names(keyed, length):
     content = bytes(i * 11 % 256 for i in range(length % 4096)) + bytes(length - length % 4096)
     keyed.write("plain", content)
@@ -50,6 +53,7 @@ def test_equal_blocks_give_equal_ciphertext(keyed):
     assert encrypted[:8] == encrypted[8:]
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("length", [0, 7, 17, 2**64 - 1])
 def test_a_length_that_does_not_fit_is_bad_data(keyed, length):
     encrypted = encrypt(keyed, "--file", "-", "-q", stdin=b"123456789").bytes
@@ -85,6 +89,7 @@ def test_an_output_file_is_replaced(keyed):
     assert keyed.names() == ["my.key", "out"]
 
 
+@pytest.mark.once
 def test_an_output_may_have_the_longest_name(keyed):
     for length in (243, 244, 255):
         keyed.succeed("base64", "text", "-o", "n" * length)
@@ -123,6 +128,7 @@ def test_output_may_be_a_device(keyed):
     assert keyed.names() == ["my.key"]
 
 
+@pytest.mark.once
 def test_what_cannot_be_read_is_told(keyed):
     for option in ("--input", "--file"):
         for source in ("missing", "no/folder", "."):
@@ -155,6 +161,7 @@ def kill_when_written(client, size, delay, *arguments):
     process.wait()
 
 
+@pytest.mark.once
 def test_no_instant_of_being_killed_leaves_a_temporary_file(keyed):
     content = bytes(3 * 1024)
     encoded = base64.b64encode(content) + b"\n"

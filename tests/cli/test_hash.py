@@ -97,6 +97,7 @@ OPTIONS_OF_CHECK = [
 ]
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("options", OPTIONS_OF_CHECK, ids=" ".join)
 def test_changed_and_missing_files_are_told_in_the_same_words(cifra, options):
     for number in range(8):
@@ -177,6 +178,7 @@ def without_system_messages(text):
     return [line for line in text.splitlines() if ": No such file" not in line and ": cannot open: " not in line]
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("case", range(len(COREUTILS_CASES)))
 def test_what_coreutils_test_md5sum_with(cifra, case):
     text, options, files = COREUTILS_CASES[case]
@@ -210,6 +212,7 @@ CHECK_CODES = [
 ]
 
 
+@pytest.mark.once
 def test_the_exit_code_of_a_check_is_the_gravest(cifra):
     cifra.write("f", "content")
     lines = {
@@ -279,6 +282,7 @@ def names_of(result):
     return [line.split("  ", 1)[1] for line in result.text.splitlines()]
 
 
+@pytest.mark.once
 @pytest.mark.parametrize(
     "patterns, names",
     [

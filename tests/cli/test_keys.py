@@ -30,6 +30,7 @@ def test_the_key_may_come_from_standard_input(cifra):
     assert result.text == encrypted_with(cifra, "secret")
 
 
+@pytest.mark.once
 def test_key_and_input_cannot_both_be_standard_input(cifra):
     for source in ([], ["-"], ["--input", "-"], ["--file", "-"]):
         result = cifra("encrypt", "--key-file", "-", *source, stdin=b"secret")
@@ -52,6 +53,7 @@ def test_a_key_has_up_to_56_bytes(cifra, content):
     cifra.succeed("encrypt", "--key-file", "key", TEXT)
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("content", [b"", b"\n", b"\r\n", b"x" * 57, b"x" * 58 + b"\n", b"x" * 9999])
 def test_what_is_no_key_is_refused(cifra, content):
     cifra.write("key", content)
@@ -60,6 +62,7 @@ def test_what_is_no_key_is_refused(cifra, content):
     assert "56" in result.error
 
 
+@pytest.mark.once
 def test_a_variable_that_holds_no_key_is_refused(cifra):
     for value in ("x" * 57, "ä" * 29, "x" * 5000):
         result = cifra("encrypt", "--key-env", "K", TEXT, env={"K": value})

@@ -22,6 +22,7 @@ def test_help_lists_the_commands(cifra):
     assert "Exit codes" in result.text
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("command", COMMANDS)
 def test_each_command_explains_itself_on_a_screen_of_80_columns(cifra, command):
     for option in ("--help", "-h"):
@@ -47,6 +48,7 @@ def test_versions(cifra):
     assert versions[1][2].endswith("Cifra.dll")
 
 
+@pytest.mark.once
 @pytest.mark.parametrize(
     "arguments, word",
     [

@@ -44,6 +44,7 @@ def test_the_text_may_be_an_argument_a_file_or_standard_input(cifra):
     assert decrypt(cifra, results[0].text.strip()).text == text
 
 
+@pytest.mark.once
 def test_words_that_look_like_something_else_are_text(cifra):
     for words in (["version"], ["--", "--help"], ["--", "-x"], ["/x"], ["{}"], ["%PATH%"], ["*"], [""]):
         encrypted = encrypt(cifra, *words)
@@ -77,6 +78,7 @@ def test_text_that_is_none_is_bad_data(cifra):
         assert word in result.error and "--file" in result.error
 
 
+@pytest.mark.once
 @pytest.mark.parametrize(
     "content, word",
     [

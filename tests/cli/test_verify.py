@@ -97,6 +97,7 @@ GRAVITY = [("damaged", 10), ("crashed", 17), ("revoked", 11), ("distrusted", 11)
            ("not signable", 21), ("trusted", 0)]
 
 
+@pytest.mark.once
 def test_the_exit_code_is_that_of_the_gravest_verdict(played):
     results = {verdict: codes[0] for verdict, _, codes in VERDICTS}
     for verdict, _ in GRAVITY:
@@ -232,6 +233,7 @@ def test_a_file_is_not_judged_by_those_before_it(played):
     assert [file["verdict"] for file in document["files"]] == ["trusted", "not signable"]
 
 
+@pytest.mark.once
 def test_in_a_folder_only_files_that_can_be_signed_are_verified(played):
     played.write("d/good.dll", signature())
     played.write("d/text.txt", UNSIGNED)
@@ -448,6 +450,7 @@ def make_certificate(folder, subject="/CN=Fabrikam"):
     return der, hashlib.sha256(der).hexdigest(), hashlib.sha1(der).hexdigest()
 
 
+@pytest.mark.once
 def test_a_policy_is_demanded_of_trusted_files(played):
     der, sha256, sha1 = make_certificate(played.folder)
     played.write("c.der", der)
@@ -489,6 +492,7 @@ def test_a_zero_character_in_a_name_is_shown(played):
     assert found["cut"] and "good\0evil" in found["client"]["certificate"]["subject"]
 
 
+@pytest.mark.once
 def test_standard_input_is_refused(played):
     played.write("f", signature())
     for arguments in (["-"], ["f", "-"]):

@@ -67,6 +67,7 @@ def test_the_page_is_one_file_and_takes_nothing_from_elsewhere(page):
     assert not re.search(r"<(link|img|iframe|object|embed|base)\b|\s(src|href|on\w+)=", re.sub(r"&lt;.*?&gt;", "", outside))
 
 
+@pytest.mark.once
 def test_names_stay_text(page, tmp_path):
     document = browse(tmp_path, page)
     assert "<title>Signatures</title>" in document and "<img" not in document
@@ -77,6 +78,7 @@ def test_names_stay_text(page, tmp_path):
     assert "a&amp;'b.js" in texts["text"] and "\u202e" not in page
 
 
+@pytest.mark.once
 def test_on_paper_a_file_has_one_line(page, tmp_path):
     row = re.search(r'<details class="file" data-verdict="trusted".*?</div></details>\n', page, re.S)[0]
     (tmp_path / "long.html").write_text(page.replace(row, row.replace("<details", "<details open", 1) + row * 150), encoding="utf-8")
@@ -88,6 +90,7 @@ def test_on_paper_a_file_has_one_line(page, tmp_path):
     assert 2 <= pages <= 8  # two lines for each file take twelve
 
 
+@pytest.mark.once
 def test_without_a_script_all_is_there(page, tmp_path):
     document = browse(tmp_path, page.replace("<script>", "<script type='none'>"))
     assert '<div id="tools" hidden="">' in document
@@ -96,6 +99,7 @@ def test_without_a_script_all_is_there(page, tmp_path):
     assert "Chain, built by cifra" in document and ISSUER in document
 
 
+@pytest.mark.once
 def test_the_script_searches_filters_sorts_and_unfolds(page, tmp_path):
     shown = in_page(tmp_path, page, f"""
         const shown = () => {SHOWN};
