@@ -119,7 +119,7 @@ def pytest_configure(config):
 
 
 def pytest_collection_modifyitems(config, items):
-    if os.environ.get("CIFRA_WITHOUT_ONCE"):
+    if os.environ.get("CIFRA_WITHOUT_ONCE") and not os.environ.get("CIFRA_ALL_TESTS"):
         once = [item for item in items if item.get_closest_marker("once")]
         config.hook.pytest_deselected(items=once)
         items[:] = [item for item in items if item not in once]

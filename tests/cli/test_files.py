@@ -128,7 +128,6 @@ def test_output_may_be_a_device(keyed):
     assert keyed.names() == ["my.key"]
 
 
-@pytest.mark.once
 def test_what_cannot_be_read_is_told(keyed):
     for option in ("--input", "--file"):
         for source in ("missing", "no/folder", "."):

@@ -212,7 +212,6 @@ CHECK_CODES = [
 ]
 
 
-@pytest.mark.once
 def test_the_exit_code_of_a_check_is_the_gravest(cifra):
     cifra.write("f", "content")
     lines = {

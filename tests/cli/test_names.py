@@ -107,7 +107,6 @@ def hostile_list(cifra):
     return "list"
 
 
-@pytest.mark.once
 def test_messages_spell_out_what_would_control_the_screen(cifra):
     result = cifra("hash", HOSTILE)
     assert result.code == 3

@@ -233,7 +233,6 @@ def test_a_file_is_not_judged_by_those_before_it(played):
     assert [file["verdict"] for file in document["files"]] == ["trusted", "not signable"]
 
 
-@pytest.mark.once
 def test_in_a_folder_only_files_that_can_be_signed_are_verified(played):
     played.write("d/good.dll", signature())
     played.write("d/text.txt", UNSIGNED)
@@ -450,7 +449,6 @@ def make_certificate(folder, subject="/CN=Fabrikam"):
     return der, hashlib.sha256(der).hexdigest(), hashlib.sha1(der).hexdigest()
 
 
-@pytest.mark.once
 def test_a_policy_is_demanded_of_trusted_files(played):
     der, sha256, sha1 = make_certificate(played.folder)
     played.write("c.der", der)
