@@ -436,3 +436,11 @@ def test_whether_the_output_is_a_screen_is_asked_once_a_run(cifra):
     asked = [cifra("hash", *given, env={"WINEDEBUG": "-all,trace+file"}).error.count("NtDeviceIoControlFile")
              for given in (names[:1], names)]
     assert asked[0] == asked[1] > 0
+
+
+def test_a_document_is_begun_before_files_are_looked_for(cifra):
+    # Interrupted while it looks, the run leaves the document whole.
+    run = subprocess.run([*cifra.runner, str(cifra.program), "hash", "--format", "csv", "none*"], cwd=cifra.folder,
+                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    assert (run.returncode, run.stdout) == (3, b"file,algorithm,digest,expected,status,error\r\n"
+                                               b"cifra: none*: no file matches\n")

@@ -119,9 +119,10 @@ ExitCode RunOnFiles(const Options& options) {
   if (names.empty()) {
     names.emplace_back(options.isRecursive ? "." : "-");
   }
-  const std::vector<ListedFile> files = FileList(names, options.isRecursive, problems);
+  std::vector<ListedFile> files;
   HashReport report(options.style);
   RunAndEnd(report, [&] {
+    files = FileList(names, options.isRecursive, problems);
     Progress progress(options.progress, [&files] { return TotalSize(files); });
     const auto next = [&, file = files.begin()]() mutable -> std::optional<DigestTask> {
       if (file == files.end()) {
