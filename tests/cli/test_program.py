@@ -90,6 +90,8 @@ def test_nonsense_is_wrong_usage_and_the_message_names_it(cifra, arguments, word
     assert (result.code, result.bytes) == (2, b"")
     assert word in result.error
     assert result.error.startswith("cifra: ")
+    command = f"{arguments[0]} " if arguments and arguments[0] in COMMANDS else ""
+    assert result.error.endswith(f"\nSee: cifra {command}--help\n")
 
 
 def copied_client(program, folder):

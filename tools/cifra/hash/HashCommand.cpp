@@ -35,9 +35,7 @@ struct Options {
   }
 };
 
-void Refuse(const std::string& why) {
-  throw Failure(ExitCode::kUsage, why, "See: cifra hash --help");
-}
+void Refuse(const std::string& why) { throw Failure(ExitCode::kUsage, why); }
 
 void RequireSense(const Options& options) {
   const CheckOptions& check = options.check;

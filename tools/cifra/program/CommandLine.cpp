@@ -350,6 +350,11 @@ ExitCode Program::Run(const std::vector<std::string>& arguments) {
     return ExitCode::kSuccess;
   } catch (const CLI::ParseError& error) {
     throw UsageFailure(*app, error);
+  } catch (const Failure& failure) {  // the command's
+    if (failure.Code() == ExitCode::kUsage) {
+      throw Failure(failure.Code(), failure.Message(), HelpOf(*app->get_subcommands().front()));
+    }
+    throw;
   }
 }
 

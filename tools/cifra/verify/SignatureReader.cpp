@@ -137,7 +137,8 @@ std::string Signature::Position() const {
 FileSignatures ReadSignatures(const CifraLibrary& library, const ListedFile& file,
                               const ReadingOptions& options) {
   if (IsFolder(file.Path())) {
-    throw Failure(ExitCode::kCannotRead, ToUtf8(file.name) + ": is a directory");
+    throw Failure(ExitCode::kCannotRead,
+                  ToUtf8(file.name) + ": is a directory; -r takes the files below it");
   }
   kx::List<Cifra::Chain> chains;
   const std::vector<Observer::Seen> verified = Verify(library, file, options.isOnline, chains);

@@ -39,9 +39,7 @@ struct Options {
   std::string format = kTextFormat;
 };
 
-[[noreturn]] void FailUsage(const std::string& what) {
-  throw Failure(ExitCode::kUsage, what, "See: cifra verify --help");
-}
+[[noreturn]] void FailUsage(const std::string& what) { throw Failure(ExitCode::kUsage, what); }
 
 std::set<Verdict> WantedVerdicts(const std::string& list) {
   std::set<Verdict> wanted;
