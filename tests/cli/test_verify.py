@@ -134,6 +134,14 @@ def test_a_file_that_crashes_the_platform_does_not_end_the_run(played):
     assert "b.js: crashed (0xC0000005: the process that verified the file ended" in played("verify", "b.js").text
 
 
+def test_signatures_that_hold_too_much_do_not_burden_the_run(played):
+    played.write("a.js", signature(subject="CN=" + "a" * (1 << 20)))
+    played.write("b.js", signature())
+    result = played("verify", "a.js", "b.js", "--format", "json")
+    assert (result.code, result.error, verdicts(result)) == (17, "", {"a.js": "crashed", "b.js": "trusted"})
+    assert "too much to be reported" in records(result)["files"][0]["meaning"]
+
+
 UNKNOWN_FINDINGS = [
     "    found by cifra itself:",
     "      certificate: unknown",

@@ -88,9 +88,17 @@ Record Answer(const CifraLibrary& library, const Job& job, const WorkerOptions& 
   }
 }
 
+std::string PacketOf(const Record& record) {
+  return record.dump(-1, ' ', false, Record::error_handler_t::replace);
+}
+
 void Send(const Record& record) {
-  if (!WritePacket(GetStdHandle(STD_OUTPUT_HANDLE),
-                   record.dump(-1, ' ', false, Record::error_handler_t::replace))) {
+  std::string packet = PacketOf(record);
+  if (packet.size() > kMostPacketBytes) {
+    packet = PacketOf(RecordOf(Verdict::kCrashed, ERROR_MORE_DATA,
+                               "what its signatures hold is too much to be reported"));
+  }
+  if (!WritePacket(GetStdHandle(STD_OUTPUT_HANDLE), packet)) {
     throw Failure::OfSystem(ExitCode::kCannotWrite, "standard output", "cannot write");
   }
 }

@@ -50,9 +50,8 @@ bool WritePacket(HANDLE pipe, std::string_view packet) {
 }
 
 std::optional<std::string> ReadPacket(HANDLE pipe) {
-  constexpr std::uint32_t kMost = 1U << 28;
   std::uint32_t size = 0;
-  if (!ReadExactly(pipe, reinterpret_cast<char*>(&size), sizeof(size)) || size > kMost) {
+  if (!ReadExactly(pipe, reinterpret_cast<char*>(&size), sizeof(size)) || size > kMostPacketBytes) {
     return std::nullopt;
   }
   std::string packet(size, '\0');

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,8 +23,11 @@ struct Job {
   static Job FromPacket(const std::string& packet);
 };
 
+// What a file makes of its record must not burden the process that reports; others have some KiB.
+inline constexpr std::uint32_t kMostPacketBytes = 1U << 20;
+
 bool WritePacket(HANDLE pipe, std::string_view packet);
-// Nothing when the other end is gone.
+// Nothing when the other end is gone, or for a packet that is too large.
 std::optional<std::string> ReadPacket(HANDLE pipe);
 
 }  // namespace client
