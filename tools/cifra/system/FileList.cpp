@@ -26,6 +26,13 @@ std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
   return folder + (needsSeparator ? L"/" : L"") + name;
 }
 
+// Folders of a store that is synchronised or virtual are reparse points, too, and no links.
+bool IsLink(const WIN32_FIND_DATAW& data) {
+  const DWORD tag = data.dwReserved0;  // 0 from a system that does not tell
+  return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+         (tag == 0 || IsReparseTagNameSurrogate(tag));
+}
+
 // All that is in a folder; the empty name is the current one.
 std::vector<Entry> ReadFolder(const std::wstring& folder) {
   WIN32_FIND_DATAW data{};
@@ -43,8 +50,8 @@ std::vector<Entry> ReadFolder(const std::wstring& folder) {
   do {
     const std::wstring name = data.cFileName;
     if (name != L"." && name != L"..") {
-      entries.push_back({name, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
-                         (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0});
+      entries.push_back(
+          {name, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0, IsLink(data)});
     }
   } while (FindNextFileW(search.get(), &data));
   if (GetLastError() != ERROR_NO_MORE_FILES) {
