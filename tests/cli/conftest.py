@@ -115,7 +115,7 @@ class Client:
 
 
 def pytest_configure(config):
-    config.addinivalue_line("markers", "once: tests nothing of the processor, see CMakeLists.txt")
+    config.addinivalue_line("markers", "once: for one build only, see CMakeLists.txt")
 
 
 def pytest_collection_modifyitems(config, items):
