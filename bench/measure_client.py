@@ -49,7 +49,9 @@ def main():
                 spent = seconds(*arguments)
                 if counted:
                     times[name].append(round(spent, 4))
-    context = {"files": FILES, "fileBytes": FILE_BYTES, "largeBytes": large.stat().st_size}
+    commit = subprocess.run(["git", "rev-parse", "--short", "HEAD"], check=True, cwd=ROOT, capture_output=True,
+                            text=True).stdout.strip()
+    context = {"commit": commit, "files": FILES, "fileBytes": FILE_BYTES, "largeBytes": large.stat().st_size}
     output.write_text(json.dumps(context | {"seconds": times}, indent=1) + "\n")
 
 

@@ -136,6 +136,12 @@ class Machine:
         self.shipped = Results(documents["library"]["results"])
         self.client = Client(documents["client"]) if "client" in documents else None
 
+    def commits(self):
+        """The client may have been measured anew, by itself."""
+        engines = self.context["commit"]
+        client = self.client.document.get("commit", engines) if self.client else engines
+        return engines if client == engines else f"{engines}; client {client}"
+
     def goal(self, row, goal):
         """A goal that depends on the kernel chosen."""
         if not isinstance(goal, dict):
@@ -351,7 +357,7 @@ def add(folder, commit):
 
 def page(machines, goals, library_goals, models):
     settings = [[machine.name, machine.context["processor"], machine.context["kernels"],
-                 machine.compilers, machine.context["commit"], machine.context["date"]] for machine in machines]
+                 machine.compilers, machine.commits(), machine.context["date"]] for machine in machines]
     heads = [f"{machine.name}: {column}" for machine in machines for column in ("goal", *BUILDS.values())]
     details = "\n\n".join(
         f"## {machine.name}\n\n![Speed by size of the input](benchmarks/{machine.name}.svg)\n\n"
