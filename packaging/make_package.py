@@ -40,7 +40,7 @@ def source_date():
 def macros_of(build):
     """What the build's own compiler says of the libraries that it links in."""
     commands = json.loads((build / "compile_commands.json").read_text())
-    entry = next(each for each in commands if each["file"].endswith("tools/cifra/main.cpp"))
+    entry = next(each for each in commands if each["file"].endswith((".cpp", ".cxx")))
     compiler = next(word for word in entry["command"].split() if re.search(r"(clang|g)\+\+(-posix)?$", word))
     source = "#include <cstddef>\n#include <_mingw.h>\n#include <CLI/Version.hpp>\n#include <nlohmann/json.hpp>\n"
     output = subprocess.run([compiler, "-std=c++20", "-E", "-dM", "-x", "c++", "-I", build / "tools/cifra/borrowed", "-"],

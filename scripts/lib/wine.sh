@@ -26,6 +26,7 @@ wine_first_of() { # CANDIDATE...
 wine_select() {
   local cache=${XDG_CACHE_HOME:-${HOME:?HOME is not set}/.cache}/cifra
   wine_arch=$1
+  wine_common=$cache/wine-$wine_arch
   wine_state=${CIFRA_WINE_STATE:-$cache}/wine-$wine_arch
   wine_key=system # names the Wine that a prefix and its server belong to
   wine_through=() # the command that starts the loader
@@ -89,6 +90,15 @@ wine_forget() {
   rm -rf "$WINEPREFIX"
 }
 
+# wine_copy_prefix: takes the prefix that another run made in the cache, where it is old enough for its
+# server to have written everything, which it does every half a minute. To make one takes the emulator
+# longer than a test.
+wine_copy_prefix() {
+  [[ $(cat "$wine_common/made" 2>/dev/null) == "$wine_key" &&
+    -n $(find "$wine_common/made" -mmin +1) ]] || return 0
+  cp --archive "$wine_common/prefix" "$wine_state/" || rm -rf "$WINEPREFIX"
+}
+
 # wine_start: starts Wine's server and its services apart from the caller's streams, makes the
 # prefix at the first use. A program that had to start them itself would hand them its standard
 # output, and whoever reads that would wait for them too.
@@ -99,7 +109,10 @@ wine_start() {
   exec 8>"$wine_state/lock"
   flock 8
   if ! wine_serving; then
-    [[ $(cat "$wine_state/made" 2>/dev/null) == "$wine_key" ]] || wine_forget
+    if [[ $(cat "$wine_state/made" 2>/dev/null) != "$wine_key" ]]; then
+      wine_forget
+      wine_copy_prefix
+    fi
     mkdir -p "$WINEPREFIX"
     : >"$wine_state/start.log"
     setsid "$wine_server" --foreground --persistent="$wine_idle" </dev/null >/dev/null 2>&1 8>&- 9>&- &

@@ -21,8 +21,8 @@ void WriteHashString(Hash& hash, kx::StringT<wchar_t>& output) {
   std::uint8_t digest[Hash::kDigestBytes] = {};  // the result if the service fails
   hash.Final(digest);
   kx::FatalUnless(output.Assign(nullptr));
-  for (const std::uint8_t byte : digest) {
-    kx::AppendHex(output, byte, kx::kUpperHexDigits);
+  for (const std::uint8_t each : digest) {
+    kx::AppendHex(output, each, kx::kUpperHexDigits);
   }
 }
 

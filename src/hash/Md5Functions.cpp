@@ -15,17 +15,17 @@ constexpr std::size_t kOutputBytes = 2 * Cifra::IMd5::kDigestBytes + 1;
 }  // namespace
 
 uint32_t CalculateTextMd5(const char* text, char* output) {
-  const Cifra::CifraExportedObject<Cifra::IMd5> md5(Cifra::kMd5ObjectId);
-  if (!md5.iface) {
+  const Cifra::CifraExportedObject<Cifra::IMd5> object(Cifra::kMd5ObjectId);
+  if (!object.iface) {
     *output = 0;
     return kCifraNotFound;
   }
   if (text) {
-    md5.iface->Update(reinterpret_cast<const std::uint8_t*>(text),
-                      static_cast<std::uint32_t>(std::strlen(text)));
+    object.iface->Update(reinterpret_cast<const std::uint8_t*>(text),
+                         static_cast<std::uint32_t>(std::strlen(text)));
   }
   kx::StringT<wchar_t> digest;
-  md5.iface->GetHashString(digest);
+  object.iface->GetHashString(digest);
   kx::StringT<char> narrow = kx::ToUtf8(digest);
   _strlwr(narrow.GetBuffer(0));
   kx::CopyBounded(output, kOutputBytes, narrow.CStr());

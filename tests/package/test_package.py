@@ -152,7 +152,8 @@ def test_the_commands_of_the_page_give_what_it_shows(programs):
 def test_the_commands_for_windows_build_and_install_the_library(tmp_path):
     [commands] = blocks(ROOT / "docs/building.md", "bat")
     here = f"-S {ROOT} -DCMAKE_TOOLCHAIN_FILE={ROOT}/cmake/toolchain-clang-mingw.cmake -DCIFRA_ARCH=x64"
-    here += " -DCMAKE_CXX_FLAGS_RELWITHDEBINFO='-O0 -gcodeview'"  # built only to see that it can be
+    # Built only to see that it can be.
+    here += " -DCMAKE_CXX_FLAGS_RELWITHDEBINFO='-O0 -gcodeview' -DCMAKE_UNITY_BUILD=ON"
     done = subprocess.run(["bash", "-e", "-c", commands.replace("-S .", here)], cwd=tmp_path, capture_output=True, text=True)
     assert done.returncode == 0, done.stdout + done.stderr
     assert (tmp_path / "package/bin/Cifra.dll").is_file() and (tmp_path / "package/lib/cmake/Cifra/CifraConfig.cmake").is_file()

@@ -8,7 +8,7 @@ namespace Cifra::Test {
 namespace {
 
 using Strings = std::vector<WideText>;
-using Enumerator = kx::EnumPtr<kx::IListEnum<Text>>;
+using ListEnumerator = kx::EnumPtr<kx::IListEnum<Text>>;
 
 TextList ListOf(const Strings& texts) {
   TextList list;
@@ -80,7 +80,7 @@ TEST(CollectionsList, Elements_KeepTheirAddress) {
     list.AddTail(NumberedText(i));
     list.AddHead(NumberedText(i));
   }
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   while (ToStd(*enumerator->Current()) != W("a")) {
     list.Remove(*enumerator);
   }
@@ -90,7 +90,7 @@ TEST(CollectionsList, Elements_KeepTheirAddress) {
 
 TEST(CollectionsList, Enumerator_WalksToTheEndAndBackToTheFirst) {
   TextList list = ListOf({W("a"), W("b")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   EXPECT_EQ((Strings{W("a"), W("b")}), Rest(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
   EXPECT_EQ(nullptr, enumerator->Current());
@@ -103,7 +103,7 @@ TEST(CollectionsList, Enumerator_WalksToTheEndAndBackToTheFirst) {
 
 TEST(CollectionsList, Enumerator_OfAnEmptyListIsNotValidUntilResetAfterAnAdd) {
   TextList list;
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   EXPECT_FALSE(enumerator->IsValid());
   list.AddTail(W("a"));
   EXPECT_FALSE(enumerator->IsValid());
@@ -113,7 +113,7 @@ TEST(CollectionsList, Enumerator_OfAnEmptyListIsNotValidUntilResetAfterAnAdd) {
 
 TEST(CollectionsList, Enumerator_ReachesElementsAddedLater) {
   TextList list = ListOf({W("a")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   list.AddTail(W("b"));
   list.AddHead(W("0"));
   EXPECT_EQ((Strings{W("a"), W("b")}), Rest(*enumerator));
@@ -121,14 +121,14 @@ TEST(CollectionsList, Enumerator_ReachesElementsAddedLater) {
 
 TEST(CollectionsList, Enumerator_GivesWriteAccess) {
   TextList list = ListOf({W("a")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   *enumerator->Current() = W("z");
   ExpectTexts({W("z")}, list);
 }
 
 TEST(CollectionsList, Remove_MovesTheEnumeratorToTheNextElement) {
   TextList list = ListOf({W("a"), W("b"), W("c")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   EXPECT_EQ(W("c"), ToStd(*enumerator->Current()));
@@ -137,14 +137,14 @@ TEST(CollectionsList, Remove_MovesTheEnumeratorToTheNextElement) {
 
 TEST(CollectionsList, Remove_OfTheFirstElementMakesTheSecondTheHead) {
   TextList list = ListOf({W("a"), W("b")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   ExpectTexts({W("b")}, list);
 }
 
 TEST(CollectionsList, Remove_OfTheLastElementLeavesTheEnumeratorNotValid) {
   TextList list = ListOf({W("a"), W("b")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
@@ -155,7 +155,7 @@ TEST(CollectionsList, Remove_OfTheLastElementLeavesTheEnumeratorNotValid) {
 
 TEST(CollectionsList, Remove_OfTheOnlyElementEmptiesTheList) {
   TextList list = ListOf({W("a")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   EXPECT_EQ(kCifraSuccess, list.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
   ExpectTexts({}, list);
@@ -163,7 +163,7 @@ TEST(CollectionsList, Remove_OfTheOnlyElementEmptiesTheList) {
 
 TEST(CollectionsList, Remove_WithAnEnumeratorPastTheEndRemovesNothing) {
   TextList list = ListOf({W("a")});
-  const Enumerator enumerator(list.CreateEnum());
+  const ListEnumerator enumerator(list.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(1168u, list.Remove(*enumerator));
   ExpectTexts({W("a")}, list);
@@ -172,7 +172,7 @@ TEST(CollectionsList, Remove_WithAnEnumeratorPastTheEndRemovesNothing) {
 TEST(CollectionsList, Remove_WithAnEnumeratorOfAnotherListRemovesNothing) {
   TextList list = ListOf({W("a")});
   TextList other = ListOf({W("a")});
-  const Enumerator enumerator(other.CreateEnum());
+  const ListEnumerator enumerator(other.CreateEnum());
   EXPECT_EQ(1168u, list.Remove(*enumerator));
   EXPECT_TRUE(enumerator->IsValid());
   ExpectTexts({W("a")}, list);

@@ -12,7 +12,7 @@ namespace {
 
 using TextMap = kx::Map<Text, Text>;
 using Pairs = std::map<WideText, WideText>;
-using Enumerator = kx::EnumPtr<kx::IEnum<Text, Text>>;
+using MapEnumerator = kx::EnumPtr<kx::IEnum<Text, Text>>;
 
 TextMap MapOf(const Pairs& pairs) {
   TextMap map;
@@ -165,7 +165,7 @@ TEST(CollectionsMap, Growth_KeepsEveryPairAndItsAddress) {
 
 TEST(CollectionsMap, Enumerator_ShowsEveryPairOnceWhileTheMapGrows) {
   TextMap map = NumberedMap(8);
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   unsigned seen = 0;
   for (; enumerator->IsValid(); enumerator->Next(), ++seen) {
     EXPECT_EQ(ToStd(NumberedText(seen)), ToStd(*enumerator->Key()));
@@ -178,7 +178,7 @@ TEST(CollectionsMap, Enumerator_ShowsEveryPairOnceWhileTheMapGrows) {
 
 TEST(CollectionsMap, Enumerator_PastTheEndShowsNothingAndResetsToTheFirst) {
   TextMap map = MapOf({{W("CN"), W("a")}});
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   EXPECT_TRUE(enumerator->IsValid());
   enumerator->Next();
   enumerator->Next();
@@ -191,7 +191,7 @@ TEST(CollectionsMap, Enumerator_PastTheEndShowsNothingAndResetsToTheFirst) {
 
 TEST(CollectionsMap, Remove_MovesTheEnumeratorToTheNextPair) {
   TextMap map = NumberedMap(3);
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
   EXPECT_EQ(W("2"), ToStd(*enumerator->Key()));
@@ -200,7 +200,7 @@ TEST(CollectionsMap, Remove_MovesTheEnumeratorToTheNextPair) {
 
 TEST(CollectionsMap, Remove_OfTheLastPairLeavesTheEnumeratorNotValid) {
   TextMap map = NumberedMap(2);
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   enumerator->Next();
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
   EXPECT_FALSE(enumerator->IsValid());
@@ -210,7 +210,7 @@ TEST(CollectionsMap, Remove_OfTheLastPairLeavesTheEnumeratorNotValid) {
 
 TEST(CollectionsMap, Remove_ThroughAnEnumeratorCanEmptyTheMap) {
   TextMap map = NumberedMap(100);
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   while (enumerator->IsValid()) {
     EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator));
   }
@@ -222,7 +222,7 @@ TEST(CollectionsMap, Remove_WithAnEnumeratorOfAnotherMapRemovesNothing) {
   TextMap equal = map;
   TextMap other = MapOf({{W("O"), W("b")}});
   for (TextMap* owner : {&equal, &other}) {
-    const Enumerator enumerator(owner->CreateEnum());
+    const MapEnumerator enumerator(owner->CreateEnum());
     EXPECT_EQ(1168u, map.Remove(*enumerator));
     EXPECT_TRUE(enumerator->IsValid());
   }
@@ -231,7 +231,7 @@ TEST(CollectionsMap, Remove_WithAnEnumeratorOfAnotherMapRemovesNothing) {
 
 TEST(CollectionsMap, Remove_AcceptsTheStoredKeyItself) {
   TextMap map = MapOf({{W("CN"), W("a")}});
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   EXPECT_EQ(kCifraSuccess, map.Remove(*enumerator->Key()));
   ExpectPairs({}, map);
 }
@@ -239,7 +239,7 @@ TEST(CollectionsMap, Remove_AcceptsTheStoredKeyItself) {
 TEST(CollectionsMap, Values_CanBeChangedInPlace) {
   TextMap map = MapOf({{W("CN"), W("a")}, {W("O"), W("b")}});
   *map.Find(W("CN")) = W("c");
-  const Enumerator enumerator(map.CreateEnum());
+  const MapEnumerator enumerator(map.CreateEnum());
   enumerator->Next();
   *enumerator->Value() = W("d");
   ExpectPairs({{W("CN"), W("c")}, {W("O"), W("d")}}, map);

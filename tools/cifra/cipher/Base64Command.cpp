@@ -18,7 +18,7 @@ namespace {
 // Input is worked on in pieces: groups of 3 bytes, groups of 4 characters.
 constexpr std::size_t kPieceGroups = 1U << 20;
 
-struct Options {
+struct Base64Options {
   TextOptions text;
   std::string output = "-";
   bool isDecoding = false;
@@ -73,7 +73,7 @@ void Decode(Cifra::IBase64& codec, Input& input, Output& output) {
   }
 }
 
-void Run(const Options& options) {
+void EncodeOrDecode(const Base64Options& options) {
   const CifraLibrary library;
   const CifraObject<Cifra::IBase64> codec(library);
   Input input = options.text.Open();
@@ -86,7 +86,7 @@ void Run(const Options& options) {
 }  // namespace
 
 void AddBase64Command(Program& program) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<Base64Options>();
   Command command = program.Add("base64", "Encode bytes as Base64 text, and back");
   AddTextOptions(command, options->text, "The text to encode or decode");
   command.Flag("-d,--decode", options->isDecoding, "Decode Base64 text");
@@ -99,7 +99,7 @@ Examples:
   cifra base64 --input photo.jpg --output photo.txt
   cifra base64 -d --input photo.txt --output photo.jpg)");
   command.OnRun([options] {
-    Run(*options);
+    EncodeOrDecode(*options);
     return ExitCode::kSuccess;
   });
 }

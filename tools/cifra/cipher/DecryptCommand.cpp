@@ -17,7 +17,7 @@
 namespace client {
 namespace {
 
-struct Options : CipherOptions {
+struct DecryptOptions : CipherOptions {
   std::optional<std::uint64_t> length;
 };
 
@@ -51,7 +51,7 @@ std::string DecryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& ba
   return bytes;
 }
 
-void RunOnText(const Options& options) {
+void DecryptFromText(const DecryptOptions& options) {
   if (options.length) {
     throw Failure(ExitCode::kUsage, "--length goes with --file");
   }
@@ -106,7 +106,7 @@ void DecryptBytes(Cifra::IBlowfish& cipher, Input& input, Output& output,
   }
 }
 
-void RunOnBytes(const Options& options) {
+void DecryptFromFile(const DecryptOptions& options) {
   const KeyedCipher<Cifra::IBlowfish> cipher(options, KeyUse::kDecrypt);
   Input input(FromArgument(options.bytesFile));
   Output output(FromArgument(options.output));
@@ -118,7 +118,7 @@ void RunOnBytes(const Options& options) {
 }  // namespace
 
 void AddDecryptCommand(Program& program) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<DecryptOptions>();
   Command command = program.Add("decrypt", "Turn the result of encrypt back");
   AddCipherOptions(command, *options, "The Base64 text to decrypt",
                    "Decrypt the bytes of FILE, which encrypt --file wrote");
@@ -137,7 +137,7 @@ Examples:
   cifra decrypt --key-file my.key --input notes.enc --output notes.txt
   cifra decrypt --key-env MY_KEY --file photo.enc --length 48211 -o photo.jpg)");
   command.OnRun([options] {
-    options->bytesFile.empty() ? RunOnText(*options) : RunOnBytes(*options);
+    options->bytesFile.empty() ? DecryptFromText(*options) : DecryptFromFile(*options);
     return ExitCode::kSuccess;
   });
 }

@@ -16,7 +16,7 @@
 namespace client {
 namespace {
 
-struct Options : CipherOptions {
+struct EncryptOptions : CipherOptions {
   bool isQuiet = false;
 };
 
@@ -43,7 +43,7 @@ std::string EncryptText(Cifra::IBlowfishAndBase64& cipher, const std::string& ut
   return ToUtf8(result);
 }
 
-void RunOnText(const Options& options) {
+void EncryptFromText(const EncryptOptions& options) {
   const KeyedCipher<Cifra::IBlowfishAndBase64> cipher(options, KeyUse::kEncrypt);
   Input input = options.text.Open();
   std::string result = EncryptText(*cipher, input.ReadAll(kMaxTextBytes), input.Name());
@@ -56,7 +56,7 @@ void RunOnText(const Options& options) {
   output.Commit();
 }
 
-void RunOnBytes(const Options& options) {
+void EncryptFromFile(const EncryptOptions& options) {
   const KeyedCipher<Cifra::IBlowfish> cipher(options, KeyUse::kEncrypt);
   Input input(FromArgument(options.bytesFile));
   Output output(FromArgument(options.output));
@@ -83,7 +83,7 @@ void RunOnBytes(const Options& options) {
 }  // namespace
 
 void AddEncryptCommand(Program& program) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<EncryptOptions>();
   Command command = program.Add("encrypt", "Encrypt text, or the bytes of a file");
   AddCipherOptions(command, *options, "The text to encrypt",
                    "Encrypt the bytes of FILE, whatever they are, and write bytes");
@@ -104,7 +104,7 @@ Examples:
   cifra encrypt --key-file my.key --input notes.txt --output notes.enc
   cifra encrypt --key-env MY_KEY --file photo.jpg --output photo.enc)");
   command.OnRun([options] {
-    options->bytesFile.empty() ? RunOnText(*options) : RunOnBytes(*options);
+    options->bytesFile.empty() ? EncryptFromText(*options) : EncryptFromFile(*options);
     return ExitCode::kSuccess;
   });
 }

@@ -18,7 +18,7 @@
 namespace client {
 namespace {
 
-struct Options {
+struct HashOptions {
   std::vector<std::string> files;
   std::string algorithm;
   bool isRecursive = false;
@@ -37,7 +37,7 @@ struct Options {
 
 void Refuse(const std::string& why) { throw Failure(ExitCode::kUsage, why); }
 
-void RequireSense(const Options& options) {
+void RequireSense(const HashOptions& options) {
   const CheckOptions& check = options.check;
   const ChecksumStyle& line = options.style.line;
   const bool hasCheckOption = options.style.hidesOk || options.style.hidesText || check.isStrict ||
@@ -62,7 +62,7 @@ void RequireSense(const Options& options) {
 }
 
 // What the files are to have, in lower case; also settles the algorithm that it belongs to.
-std::string ExpectedDigest(const Options& options, const Algorithm*& algorithm) {
+std::string ExpectedDigest(const HashOptions& options, const Algorithm*& algorithm) {
   if (options.expected.empty()) {
     return {};
   }
@@ -104,7 +104,7 @@ void RunAndEnd(HashReport& report, const std::function<void()>& run) {
   report.End();
 }
 
-ExitCode RunOnFiles(const Options& options) {
+ExitCode RunOnFiles(const HashOptions& options) {
   const std::size_t jobs = options.jobs.Or(1);
   const Algorithm* algorithm = options.GivenAlgorithm();
   const std::string expected = ExpectedDigest(options, algorithm);
@@ -141,7 +141,7 @@ ExitCode RunOnFiles(const Options& options) {
   return problems.Result();
 }
 
-ExitCode RunOnLists(const Options& options) {
+ExitCode RunOnLists(const HashOptions& options) {
   CheckOptions check = options.check;
   check.algorithm = options.GivenAlgorithm();
   check.isSilent = options.style.hidesText;
@@ -168,7 +168,7 @@ ExitCode RunOnLists(const Options& options) {
   return problems.Result();
 }
 
-void AddCheckOptions(Command& command, Options& options) {
+void AddCheckOptions(Command& command, HashOptions& options) {
   command.Flag("-c,--check", options.isCheck,
                "Read digests and names from each FILE and compare them with the files named");
   command.Flag("--quiet", options.style.hidesOk, "With --check: say nothing of files that are OK");
@@ -185,7 +185,7 @@ void AddCheckOptions(Command& command, Options& options) {
 }  // namespace
 
 void AddHashCommand(Program& program) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<HashOptions>();
   Command command = program.Add("hash", "Compute and check MD5 and SHA-256 digests");
   command.Arguments("FILE", options->files,
                     "Files, or patterns with * and ?; without any, and for -, standard input");

@@ -22,7 +22,7 @@
 namespace client {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using Buffer = std::vector<std::uint8_t>;
 
 void Require(bool condition, const std::string& what) {
   if (!condition) {
@@ -35,18 +35,18 @@ void RequireEqual(const std::string& expected, const std::string& actual) {
           "gave " + (actual.empty() ? "nothing" : actual) + " instead of " + expected);
 }
 
-Bytes BytesOf(const std::string& text) { return {text.begin(), text.end()}; }
+Buffer BufferOf(const std::string& text) { return {text.begin(), text.end()}; }
 
 // Long enough that every kernel has bulk to work on: 0, 1, 2 ... 255, 0 ...
-Bytes Pattern(std::size_t size) {
-  Bytes bytes(size);
+Buffer Pattern(std::size_t size) {
+  Buffer bytes(size);
   for (std::size_t i = 0; i < size; ++i) {
     bytes[i] = static_cast<std::uint8_t>(i);
   }
   return bytes;
 }
 
-std::string Md5Of(const CifraLibrary& library, const Bytes& bytes) {
+std::string Md5Of(const CifraLibrary& library, const Buffer& bytes) {
   const CifraObject<Cifra::IMd5> md5(library);
   std::uint8_t digest[Cifra::IMd5::kDigestBytes] = {};
   md5->Update(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
@@ -57,10 +57,10 @@ std::string Md5Of(const CifraLibrary& library, const Bytes& bytes) {
 // RFC 1321, A.5.
 void TestMd5(const CifraLibrary& library) {
   RequireEqual("d41d8cd98f00b204e9800998ecf8427e", Md5Of(library, {}));
-  RequireEqual("f96b697d7cb7938d525a2f31aaf161d0", Md5Of(library, BytesOf("message digest")));
+  RequireEqual("f96b697d7cb7938d525a2f31aaf161d0", Md5Of(library, BufferOf("message digest")));
   RequireEqual("57edf4a22be3c955ac49da2e2107b67a",
-               Md5Of(library, BytesOf("1234567890123456789012345678901234567890"
-                                      "1234567890123456789012345678901234567890")));
+               Md5Of(library, BufferOf("1234567890123456789012345678901234567890"
+                                       "1234567890123456789012345678901234567890")));
 }
 
 // FIPS 180-2, B.1 and B.2.
@@ -68,7 +68,7 @@ void TestSha256(const CifraLibrary& library) {
   const auto digestOf = [&library](const std::string& text) {
     const CifraObject<Cifra::ISha256> sha256(library);
     std::uint8_t digest[Cifra::ISha256::kDigestBytes] = {};
-    const Bytes bytes = BytesOf(text);
+    const Buffer bytes = BufferOf(text);
     const bool isDone =
         sha256->Init() == 0 &&
         sha256->Update(bytes.data(), static_cast<std::uint32_t>(bytes.size())) == 0 &&
@@ -85,12 +85,12 @@ void TestSha256(const CifraLibrary& library) {
 void TestBase64(const CifraLibrary& library) {
   const CifraObject<Cifra::IBase64> base64(library);
   std::string text;
-  Bytes bytes;
-  base64->Encode(BytesOf("fooba"), text, true);
+  Buffer bytes;
+  base64->Encode(BufferOf("fooba"), text, true);
   RequireEqual("Zm9vYmE=", text);
-  const Bytes pattern = Pattern(3072);
+  const Buffer pattern = Pattern(3072);
   base64->Encode(pattern, text, true);
-  RequireEqual("802b23944b30d16c0b28afc37fe41320", Md5Of(library, BytesOf(text)));
+  RequireEqual("802b23944b30d16c0b28afc37fe41320", Md5Of(library, BufferOf(text)));
   Require(base64->Decode(text, bytes) == kCifraSuccess && bytes == pattern,
           "did not decode what it encoded");
   Require(base64->Decode("Zm9v!mE=", bytes) != kCifraSuccess, "decoded what is not Base64");
@@ -100,15 +100,15 @@ void TestBase64(const CifraLibrary& library) {
 // halves of the ciphertext reversed. And 4 KiB there and back.
 void TestBlowfish(const CifraLibrary& library) {
   const CifraObject<Cifra::IBlowfish> blowfish(library);
-  Bytes output;
+  Buffer output;
   for (const auto& [fill, ciphertext] : {std::pair(std::uint8_t{0x00}, "4597f94e78dd9861"),
                                          {std::uint8_t{0xFF}, "d56f86518acb5eb8"}}) {
-    const Bytes block(8, fill);
+    const Buffer block(8, fill);
     blowfish->SetKey(block.data(), static_cast<std::int32_t>(block.size()));
     blowfish->Encrypt(block.data(), block.size(), output);
     RequireEqual(ciphertext, ToHex(output));
   }
-  const Bytes pattern = Pattern(4096);
+  const Buffer pattern = Pattern(4096);
   blowfish->SetKey(pattern.data(), 56);
   blowfish->Encrypt(pattern.data(), pattern.size(), output);
   blowfish->Decrypt(output.data(), output.size(), output);
@@ -122,7 +122,7 @@ constexpr char kCiphertext[] = "dYBu2QSKu0s=";
 void TestTextCipher(const CifraLibrary& library) {
   const CifraObject<Cifra::IBlowfishAndBase64> cipher(library);
   wchar_t text[64] = {};
-  const Bytes key = BytesOf(kKey);
+  const Buffer key = BufferOf(kKey);
   Require(cipher->SetKey(key.data(), static_cast<std::uint32_t>(key.size())) == 1,
           "refused a key: the library cannot find itself again");
   Require(cipher->EncodeText(L"hello", text, 64) == 1, "did not encrypt");
@@ -192,7 +192,7 @@ bool Passes(const Test& test, const CifraLibrary& library) {
   }
 }
 
-ExitCode Run() {
+ExitCode RunSelfTest() {
   const CifraLibrary library;
   const std::string version = library.Version();
   WriteOut("library                 " + ToUtf8(library.Path()) + "\n" + "version                 " +
@@ -219,7 +219,7 @@ Exit codes: 0 all well, 7 Cifra.dll cannot be used, 8 a part does not work
 
 Examples:
   cifra selftest)");
-  command.OnRun(Run);
+  command.OnRun(RunSelfTest);
 }
 
 }  // namespace client

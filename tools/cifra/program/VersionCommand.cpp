@@ -10,7 +10,7 @@
 namespace client {
 namespace {
 
-void Run() {
+void WriteVersions() {
   WriteOut(std::string("cifra      ") + CIFRA_VERSION + " (" + kCpu + ")\n");
   const CifraLibrary library;
   const std::string version = library.Version();
@@ -23,7 +23,7 @@ void Run() {
 void AddVersionCommand(Program& program) {
   Command command = program.Add("version", "Show the versions of cifra and Cifra.dll");
   command.OnRun([] {
-    Run();
+    WriteVersions();
     return ExitCode::kSuccess;
   });
 }

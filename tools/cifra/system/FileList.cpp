@@ -15,13 +15,13 @@
 namespace client {
 namespace {
 
-struct Entry {
+struct FolderEntry {
   std::wstring name;
   bool isFolder = false;
   bool isLink = false;
 };
 
-std::wstring Joined(const std::wstring& folder, const std::wstring& name) {
+std::wstring InFolder(const std::wstring& folder, const std::wstring& name) {
   const bool needsSeparator = !folder.empty() && !std::wcschr(L"/\\:", folder.back());
   return folder + (needsSeparator ? L"/" : L"") + name;
 }
@@ -34,10 +34,10 @@ bool IsLink(const WIN32_FIND_DATAW& data) {
 }
 
 // All that is in a folder; the empty name is the current one.
-std::vector<Entry> ReadFolder(const std::wstring& folder) {
+std::vector<FolderEntry> ReadFolder(const std::wstring& folder) {
   WIN32_FIND_DATAW data{};
   const FindHandle search(NullIfInvalid(
-      FindFirstFileExW(ExactPath(Joined(folder, L"*")).c_str(), FindExInfoBasic, &data,
+      FindFirstFileExW(ExactPath(InFolder(folder, L"*")).c_str(), FindExInfoBasic, &data,
                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH)));
   const auto fail = [&folder] {
     throw Failure::OfSystem(ExitCode::kCannotRead,
@@ -46,7 +46,7 @@ std::vector<Entry> ReadFolder(const std::wstring& folder) {
   if (!search) {
     fail();
   }
-  std::vector<Entry> entries;
+  std::vector<FolderEntry> entries;
   do {
     const std::wstring name = data.cFileName;
     if (name != L"." && name != L"..") {
@@ -57,7 +57,7 @@ std::vector<Entry> ReadFolder(const std::wstring& folder) {
   if (GetLastError() != ERROR_NO_MORE_FILES) {
     fail();
   }
-  std::ranges::sort(entries, {}, &Entry::name);
+  std::ranges::sort(entries, {}, &FolderEntry::name);
   return entries;
 }
 
@@ -114,10 +114,10 @@ class Collector {
         AddFound(path);
         continue;
       }
-      const std::vector<Entry> entries = List(path);
+      const std::vector<FolderEntry> entries = List(path);
       for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
         if (!entry->isFolder || !entry->isLink) {
-          pending.emplace_back(Joined(path, entry->name), entry->isFolder);
+          pending.emplace_back(InFolder(path, entry->name), entry->isFolder);
         }
       }
     }
@@ -133,11 +133,11 @@ class Collector {
       Match(folder + rest.substr(0, next), rest.substr(next));
       return;
     }
-    for (const Entry& entry : List(folder)) {
+    for (const FolderEntry& entry : List(folder)) {
       if (!MatchesPattern(entry.name, part)) {
         continue;
       }
-      const std::wstring path = Joined(folder, entry.name);
+      const std::wstring path = InFolder(folder, entry.name);
       if (next < rest.size()) {
         MatchBelow(entry, path, rest.substr(next));
       } else if (!entry.isFolder) {
@@ -150,19 +150,19 @@ class Collector {
     }
   }
 
-  void MatchBelow(const Entry& entry, const std::wstring& path, const std::wstring& rest) {
+  void MatchBelow(const FolderEntry& entry, const std::wstring& path, const std::wstring& rest) {
     if (!entry.isFolder) {
       return;
     }
     if (HasPattern(rest)) {
       Match(path + L"/", rest);
-    } else if (GetFileAttributesW(ExactPath(Joined(path, rest)).c_str()) !=
+    } else if (GetFileAttributesW(ExactPath(InFolder(path, rest)).c_str()) !=
                INVALID_FILE_ATTRIBUTES) {
-      AddNamed({Joined(path, rest), true});
+      AddNamed({InFolder(path, rest), true});
     }
   }
 
-  std::vector<Entry> List(const std::wstring& folder) {
+  std::vector<FolderEntry> List(const std::wstring& folder) {
     ThrowIfInterrupted();
     try {
       return ReadFolder(folder);

@@ -67,12 +67,12 @@ constexpr Named kNames[] = {
     {"1.3.6.1.4.1.311.10.3.1", "msCTLSign"},
 };
 
-struct Digest {
+struct DigestStrength {
   const char* name;
   unsigned bits;
 };
 
-constexpr Digest kDigests[] = {
+constexpr DigestStrength kDigests[] = {
     {"md2", 64},     {"md5", 64},     {"sha1", 80},      {"sha224", 112},   {"sha256", 128},
     {"sha384", 192}, {"sha512", 256}, {"sha3-256", 128}, {"sha3-384", 192}, {"sha3-512", 256},
 };
@@ -85,7 +85,7 @@ std::string AlgorithmName(const std::string& objectId) {
 }
 
 unsigned DigestBits(const std::string& name) {
-  const auto* const known = std::ranges::find(kDigests, name, &Digest::name);
+  const auto* const known = std::ranges::find(kDigests, name, &DigestStrength::name);
   return known == std::end(kDigests) ? 0 : known->bits;
 }
 

@@ -12,11 +12,8 @@
 namespace client {
 namespace {
 
-Bytes BytesOf(const CRYPT_DATA_BLOB& blob) { return {blob.pbData, blob.cbData}; }
-Bytes BytesOf(const CRYPT_BIT_BLOB& blob) { return {blob.pbData, blob.cbData}; }
-
 // A zero character in a name does not end it.
-std::string NameText(CERT_NAME_BLOB name) {
+std::string X500Text(CERT_NAME_BLOB name) {
   const DWORD size = CertNameToStrW(X509_ASN_ENCODING, &name, CERT_X500_NAME_STR, nullptr, 0);
   std::wstring text(size, L'\0');
   const DWORD written =
@@ -110,8 +107,8 @@ std::optional<std::vector<std::string>> KeyUsages(const CERT_INFO& info) {
 CertificateFacts FactsOf(const CERT_CONTEXT& certificate) {
   const CERT_INFO& info = *certificate.pCertInfo;
   CertificateFacts facts;
-  facts.subject = NameText(info.Subject);
-  facts.issuer = NameText(info.Issuer);
+  facts.subject = X500Text(info.Subject);
+  facts.issuer = X500Text(info.Issuer);
   facts.serial = SerialText(info.SerialNumber);
   facts.sha256 = Thumbprint(certificate, CALG_SHA_256);
   facts.sha1 = Thumbprint(certificate, CALG_SHA1);

@@ -10,6 +10,10 @@
 
 namespace client {
 
+// The bytes that one of the platform's structures points to.
+inline Bytes BytesOf(const CRYPT_DATA_BLOB& blob) { return {blob.pbData, blob.cbData}; }
+inline Bytes BytesOf(const CRYPT_BIT_BLOB& blob) { return {blob.pbData, blob.cbData}; }
+
 // What this program reads from a certificate by itself. Texts are UTF-8, times ISO 8601 in UTC.
 struct CertificateFacts {
   std::string subject;  // exactly as the platform writes it, zero characters included

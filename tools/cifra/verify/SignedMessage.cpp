@@ -23,8 +23,6 @@ constexpr char kTimestampToken[] = "1.3.6.1.4.1.311.3.3.1";
 constexpr char kCounterSignature[] = "1.2.840.113549.1.9.6";
 constexpr char kSigningTime[] = "1.2.840.113549.1.9.5";
 
-Bytes BytesOf(const CRYPT_ATTR_BLOB& blob) { return {blob.pbData, blob.cbData}; }
-
 const CRYPT_ATTRIBUTE* Find(const CRYPT_ATTRIBUTES& attributes, const char* objectId) {
   for (const CRYPT_ATTRIBUTE& attribute : std::span(attributes.rgAttr, attributes.cAttr)) {
     if (std::strcmp(attribute.pszObjId, objectId) == 0 && attribute.cValue > 0) {
@@ -35,7 +33,7 @@ const CRYPT_ATTRIBUTE* Find(const CRYPT_ATTRIBUTES& attributes, const char* obje
 }
 
 // A text that is either UTF-16, its higher bytes first, or ASCII.
-std::string TextOf(const std::optional<DerReader::Value>& value) {
+std::string ReadSpcString(const std::optional<DerReader::Value>& value) {
   if (!value || value->tag != DerReader::kInner0) {
     return value && value->tag == DerReader::kInner1
                ? std::string(value->content.begin(), value->content.end())
@@ -58,7 +56,7 @@ void ReadProgramInfo(const CMSG_SIGNER_INFO& signer, MessageFacts& facts) {
   }
   DerReader parts(*info);
   if (const std::optional<Bytes> name = parts.Next(DerReader::kOuter0)) {
-    facts.programName = TextOf(DerReader(*name).Next());
+    facts.programName = ReadSpcString(DerReader(*name).Next());
   }
   if (const std::optional<Bytes> link = parts.Next(DerReader::kOuter1)) {
     const std::optional<Bytes> url = DerReader(*link).Next(DerReader::kInner0);

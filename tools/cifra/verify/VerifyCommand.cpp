@@ -23,7 +23,7 @@
 namespace client {
 namespace {
 
-struct Options {
+struct VerifyOptions {
   std::vector<std::string> files;
   bool isRecursive = false;
   bool takesAll = false;
@@ -54,7 +54,7 @@ std::set<Verdict> WantedVerdicts(const std::string& list) {
   return wanted;
 }
 
-void Check(Options& options) {
+void Check(VerifyOptions& options) {
   if (options.files.empty()) {
     FailUsage("no FILE given");
   }
@@ -83,7 +83,7 @@ std::string Now() {
 
 class Run {
  public:
-  explicit Run(const Options& given)
+  explicit Run(const VerifyOptions& given)
       : options(given), report(given.format, WantedVerdicts(given.only)) {}
 
   ExitCode Go() {
@@ -173,12 +173,12 @@ class Run {
     }
   }
 
-  const Options& options;
+  const VerifyOptions& options;
   Problems problems;
   VerifyReport report;
 };
 
-ExitCode RunVerify(Options options) {
+ExitCode RunVerify(VerifyOptions options) {
   options.worker.usesCatalogs = !options.usesNoCatalog;
   if (options.isWorker) {
     return RunWorker(options.worker);
@@ -191,7 +191,7 @@ ExitCode RunVerify(Options options) {
 }  // namespace
 
 void AddVerifyCommand(Program& program) {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<VerifyOptions>();
   Command command = program.Add("verify", "Verify the signatures of files and show who signed");
   command.Arguments("FILE", options->files, "Files, or patterns with * and ?");
   command.Flag("-r,--recursive", options->isRecursive,
