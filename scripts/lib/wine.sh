@@ -91,8 +91,8 @@ wine_forget() {
 }
 
 # wine_copy_prefix: takes the prefix that another run made in the cache, where it is old enough for its
-# server to have written everything, which it does every half a minute. To make one takes the emulator
-# longer than a test.
+# server to have written everything, which it does every half a minute. Under emulation a new one takes
+# ten seconds of both processors.
 wine_copy_prefix() {
   [[ $(cat "$wine_common/made" 2>/dev/null) == "$wine_key" &&
     -n $(find "$wine_common/made" -mmin +1) ]] || return 0

@@ -8,6 +8,8 @@ import re
 import select
 import time
 
+import pytest
+
 KEY = "Schlüssel"
 LONGEST_WAIT = 120  # seconds, for a loaded machine
 
@@ -105,6 +107,7 @@ def test_a_key_from_standard_input_is_asked_for_the_same_way(cifra):
     assert "secret" not in shown
 
 
+@pytest.mark.once
 def test_two_different_keys_are_refused(cifra):
     terminal = Terminal(cifra, "encrypt", "text")
     terminal.answer("Key:", KEY)
@@ -113,6 +116,7 @@ def test_two_different_keys_are_refused(cifra):
     assert code == 6 and "differ" in shown
 
 
+@pytest.mark.once
 def test_an_empty_and_a_long_answer_are_no_keys(cifra):
     for answer in ("", "x" * 57, "x" * 300):
         terminal = Terminal(cifra, "decrypt", "dYBu2QSKu0s=")

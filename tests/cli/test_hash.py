@@ -79,6 +79,7 @@ def test_a_thousand_files_give_the_same_bytes(client, tree, algorithm, options):
     assert result.bytes == expected.stdout
 
 
+@pytest.mark.once
 @pytest.mark.parametrize("algorithm", ALGORITHMS)
 def test_each_checks_the_lists_of_the_other(client, tree, tmp_path, algorithm):
     theirs = tmp_path / "theirs"
@@ -212,6 +213,7 @@ CHECK_CODES = [
 ]
 
 
+@pytest.mark.once
 def test_the_exit_code_of_a_check_is_the_gravest(cifra):
     cifra.write("f", "content")
     lines = {
@@ -226,6 +228,7 @@ def test_the_exit_code_of_a_check_is_the_gravest(cifra):
     assert cifra("hash", "--check", "no list").code == 3
 
 
+@pytest.mark.once
 def test_lists_that_windows_programs_write_are_read(cifra):
     cifra.write("Größe", "content")
     text = digest_line("Größe").upper().replace("GRÖSSE", "Größe").replace("GRÖßE", "Größe") + "\r\n"
@@ -240,6 +243,7 @@ def test_lists_that_windows_programs_write_are_read(cifra):
         assert cifra.succeed("hash", "--check", "-", stdin=content).text == "Größe: OK\n"
 
 
+@pytest.mark.once
 def test_names_with_backslashes_are_files_in_folders(cifra):
     cifra.write("a/b", "content")
     for line in (digest_line("a\\b"), "\\" + digest_line("a\\\\b")):
@@ -248,6 +252,7 @@ def test_names_with_backslashes_are_files_in_folders(cifra):
     assert cifra.succeed("hash", "-a", "md5", "a\\b").text == digest_line("a/b") + "\n"
 
 
+@pytest.mark.once
 def test_names_with_line_ends_are_escaped_in_the_same_way(cifra):
     line = "\\" + digest_line("no\\nsuch\\\\file\\r") + "\n"
     expected = coreutils(cifra.folder, "md5", "--check", stdin=line.encode())
@@ -321,6 +326,7 @@ def test_a_file_that_cannot_be_read_does_not_stop_the_run(cifra):
         assert word in result.error
 
 
+@pytest.mark.once
 def test_a_whole_path_may_have_patterns(cifra):
     path = cifra.write("folder/file", "content")
     (name,) = names_of(cifra.succeed("hash", f"Z:{path.parent.parent}/f*/f?le".replace("/", "\\")))
@@ -343,6 +349,7 @@ def test_links_to_folders_are_not_followed(cifra):
     assert cifra("hash", "-r", "folder").text.count("\n") < 5
 
 
+@pytest.mark.once
 def test_expect(cifra):
     cifra.write("a", "content")
     cifra.write("b", "other")
@@ -380,6 +387,7 @@ def test_json_fits_its_schema_and_csv_says_the_same(cifra):
     assert table == [{key: value or "" for key, value in row.items()} for row in outcomes_expected()]
 
 
+@pytest.mark.once
 def test_json_of_plain_digests_and_of_nothing_fits_the_schema(cifra):
     cifra.write("Größe", "content")
     schema = json.loads(SCHEMA.read_text())
@@ -390,6 +398,7 @@ def test_json_of_plain_digests_and_of_nothing_fits_the_schema(cifra):
     assert json.loads(cifra.succeed("hash", "-r", "empty", "--format", "json").text) == []
 
 
+@pytest.mark.once
 def test_a_check_may_be_reported_to_programs(cifra):
     cifra.write("a,'b'", "content")
     cifra.write("b", "other")

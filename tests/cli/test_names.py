@@ -90,6 +90,7 @@ def test_a_pattern_with_a_separator_at_its_end_is_for_folders(odd):
     assert "no file matches" in result.error
 
 
+@pytest.mark.once
 def test_expected_but_nothing_there_to_compare_is_told(cifra):
     (cifra.folder / "empty").mkdir()
     result = cifra("hash", "-r", "--expect", "0" * 32, "empty")
@@ -107,6 +108,7 @@ def hostile_list(cifra):
     return "list"
 
 
+@pytest.mark.once
 def test_messages_spell_out_what_would_control_the_screen(cifra):
     result = cifra("hash", HOSTILE)
     assert result.code == 3
@@ -140,6 +142,7 @@ def test_names_that_cannot_exist_are_missing_ones(cifra):
     assert result.text == "f: OK\n"
 
 
+@pytest.mark.once
 def test_lists_in_utf_16_of_either_order_are_read(cifra):
     cifra.write("Größe", "Größe")
     text = f"{digest_of('Größe')}  Größe\r\n"
@@ -147,6 +150,7 @@ def test_lists_in_utf_16_of_either_order_are_read(cifra):
         assert cifra.succeed("hash", "--check", stdin=content).text == "Größe: OK\n"
 
 
+@pytest.mark.once
 def test_csv_is_utf_8_and_holds_no_formula(cifra):
     names = ["=1+1", "+1", "@x", "-1", "plain=1", "a,'b'"]
     for name in names:

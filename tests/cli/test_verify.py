@@ -113,6 +113,7 @@ def test_the_exit_code_is_that_of_the_gravest_verdict(played):
         assert played("verify", *reversed(files[i:])).code == code, verdict
 
 
+@pytest.mark.once
 def test_what_is_not_found_counts_like_what_cannot_be_opened(played):
     played.write("read.me", UNSIGNED)
     for name in ("none*", "none"):
@@ -241,6 +242,7 @@ def test_a_file_is_not_judged_by_those_before_it(played):
     assert [file["verdict"] for file in document["files"]] == ["trusted", "not signable"]
 
 
+@pytest.mark.once
 def test_in_a_folder_only_files_that_can_be_signed_are_verified(played):
     played.write("d/good.dll", signature())
     played.write("d/text.txt", UNSIGNED)
@@ -339,6 +341,7 @@ def test_what_verifies_ends_with_the_run_however_that_ends(played):
     wait_until(lambda: not workers(played), "the worker outlives the run")
 
 
+@pytest.mark.once
 def test_only_shows_the_wanted_verdicts_and_counts_all(played):
     played.write("a.js", signature())
     played.write("b.js", UNSIGNED)
@@ -361,6 +364,7 @@ def test_files_verified_at_once_come_in_the_order_of_names(played):
         f"d/{i:02}.js" for i in range(40)]
 
 
+@pytest.mark.once
 def test_no_files_in_a_folder_is_no_failure(played):
     (played.folder / "empty").mkdir()
     assert records(played.succeed("verify", "-r", "empty", "--format", "json"))["files"] == []
@@ -392,6 +396,7 @@ def test_a_catalog_signs_files_without_a_signature(played):
     assert records(result)["catalogs"] is False
 
 
+@pytest.mark.once
 def test_a_name_cannot_forge_lines_of_the_report(played):
     name = "Good\n\nFiles: 9, trusted: 9\r\n\x1b[2K\x7f\x9b1m\u202etxt\u2028"
     encoded = "".join(f"%{byte:02X}" for byte in name.encode())
@@ -414,6 +419,7 @@ VALUES = {
 }
 
 
+@pytest.mark.once
 def test_values_are_those_of_the_certificate_with_its_quotes(played):
     for i, value in enumerate(VALUES):
         quoted = value.replace('"', '""')
@@ -426,6 +432,7 @@ def test_values_are_those_of_the_certificate_with_its_quotes(played):
     assert subjects == [f"    subject:    CN={shown}, O=B" for shown in VALUES.values()]
 
 
+@pytest.mark.once
 def test_fields_are_no_formulas_for_a_spreadsheet(played):
     played.write("=1+1.js", UNSIGNED)
     played.write("@a.js", UNSIGNED)
@@ -457,6 +464,7 @@ def make_certificate(folder, subject="/CN=Fabrikam"):
     return der, hashlib.sha256(der).hexdigest(), hashlib.sha1(der).hexdigest()
 
 
+@pytest.mark.once
 def test_a_policy_is_demanded_of_trusted_files(played):
     der, sha256, sha1 = make_certificate(played.folder)
     played.write("c.der", der)
@@ -518,6 +526,7 @@ def test_a_library_without_verification_is_reported_as_such(played):
     assert "cannot open" not in result.text
 
 
+@pytest.mark.once
 def test_the_help_says_that_each_file_has_an_object_of_its_own(cifra):
     text = " ".join(cifra.succeed("verify", "--help").text.split())
     assert "Each file is verified by an object of the library made for it alone" in text
@@ -535,6 +544,7 @@ IMPOSSIBLE = [
 ]
 
 
+@pytest.mark.once
 def test_the_schema_refuses_what_never_occurs(played):
     played.write("f", signature())
     text = played("verify", "f", "--format", "json").text
