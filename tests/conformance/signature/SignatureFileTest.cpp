@@ -23,7 +23,7 @@ using Cifra::Test::NameMap;
 using Cifra::Test::Write;
 
 #ifdef CIFRA_LONG_RUNS
-constexpr int kVerifications = 3'000;
+constexpr int kVerifications = 10'000;
 #else
 constexpr int kVerifications = 300;
 #endif
